@@ -1,0 +1,174 @@
+// IDs, reference counting, class names and dependents of FObject.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+#include "frame/fobject.h"
+#include "frame/param_info.h"
+
+using namespace Tannhofen::Plx;
+
+namespace {
+
+std::string hex(const TUID& id)
+{
+    static const char digits[] = "0123456789ABCDEF";
+    std::string s;
+    for (uint8_t b : id) {
+        s += digits[b >> 4];
+        s += digits[b & 15];
+    }
+    return s;
+}
+
+struct Animal : FObject {
+    PLX_OBJ_METHODS(Animal, FObject, "Test::Animal")
+};
+
+struct Dog : Animal {
+    PLX_OBJ_METHODS(Dog, Animal, "Test::Dog")
+    explicit Dog(int32* seenCount = nullptr) : seen(seenCount) {}
+    ~Dog() override
+    {
+        if (seen) {
+            *seen = getRefCount();
+            // A stray release from inside the destructor must not free it again.
+            release();
+        }
+    }
+    int32* seen;
+};
+
+struct Listener : IDependent {
+    tresult queryInterface(const TUID&, void**) override { return kNoInterface; }
+    uint32 addRef() override { return 1; }
+    uint32 release() override { return 1; }
+    void update(FUnknown* changedUnknown, int32 message) override
+    {
+        last = changedUnknown;
+        messages.push_back(message);
+        if (leaveFrom)
+            leaveFrom->removeDependent(this);
+    }
+    FUnknown* last = nullptr;
+    std::vector<int32> messages;
+    FObject* leaveFrom = nullptr;
+};
+
+} // namespace
+
+TEST(FUnknownIds, FourWordsLieInMemoryInTheClassIdLayout)
+{
+    // Class IDs of the module as four words and as the bytes a host compares.
+    EXPECT_EQ(hex(makeTUID(0xA3CA1186, 0xA3A241FE, 0xA5527171, 0x08932238)), "8611CAA3A2A3FE41A552717108932238");
+    EXPECT_EQ(hex(makeTUID(0x437E811B, 0x63414AD1, 0x9F596507, 0x8277AD88)), "1B817E434163D14A9F5965078277AD88");
+    EXPECT_EQ(hex(makeTUID(0x038E7FA9, 0x629A4EAA, 0x8541B889, 0x18E8952D)), "A97F8E039A62AA4E8541B88918E8952D");
+    // Every byte position lands in exactly one place.
+    EXPECT_EQ(hex(makeTUID(0x03020100, 0x07060504, 0x08090A0B, 0x0C0D0E0F)), "000102030607040508090A0B0C0D0E0F");
+
+    EXPECT_FALSE(FUID().isValid());
+    EXPECT_TRUE(FUID(0, 0, 0, 1).isValid());
+    EXPECT_EQ(FUID(1, 2, 3, 4), FUID(makeTUID(1, 2, 3, 4)));
+
+    EXPECT_EQ(kResultOk, 0);
+    EXPECT_EQ(kResultFalse, 1);
+    EXPECT_EQ(static_cast<uint32_t>(kInvalidArgument), 0x80070057u);
+    EXPECT_EQ(static_cast<uint32_t>(kNotImplemented), 0x80004001u);
+    EXPECT_EQ(static_cast<uint32_t>(kNoInterface), 0x80004002u);
+}
+
+TEST(FObjectLife, CountsReferencesAndDiesOnceWithTheSentinel)
+{
+    int32 seen = 0;
+    auto* dog = new Dog(&seen);
+    EXPECT_EQ(dog->getRefCount(), 1);
+    EXPECT_EQ(dog->addRef(), 2u);
+
+    void* obj = nullptr;
+    ASSERT_EQ(dog->queryInterface(FUnknown::iid, &obj), kResultOk);
+    EXPECT_EQ(dog->getRefCount(), 3);
+    EXPECT_EQ(static_cast<FUnknown*>(obj)->release(), 2u);
+    ASSERT_EQ(dog->queryInterface(FObject::iid, &obj), kResultOk);
+    EXPECT_EQ(obj, static_cast<FObject*>(dog));
+    dog->release();
+
+    obj = &seen;
+    EXPECT_EQ(dog->queryInterface(makeTUID(1, 2, 3, 4), &obj), kNoInterface);
+    EXPECT_EQ(obj, nullptr);
+    EXPECT_EQ(dog->queryInterface(FUnknown::iid, nullptr), kInvalidArgument);
+
+    EXPECT_EQ(dog->release(), 1u);
+    EXPECT_EQ(dog->release(), 0u);
+    // The destructor saw the sentinel; its own release left the count at -1001
+    // without a second delete (ASan would report one).
+    EXPECT_EQ(seen, FObject::kDestroyingCount);
+}
+
+TEST(FObjectNames, IsTypeOfWalksUpTheChainOnlyWhenAsked)
+{
+    Dog* dog = new Dog;
+    EXPECT_STREQ(dog->getClassName(), "Test::Dog");
+    EXPECT_TRUE(dog->isTypeOf("Test::Dog", false));
+    EXPECT_FALSE(dog->isTypeOf("Test::Animal", false));
+    EXPECT_TRUE(dog->isTypeOf("Test::Animal", true));
+    EXPECT_TRUE(dog->isTypeOf("FObject", true));
+    EXPECT_FALSE(dog->isTypeOf("Test::Cat", true));
+    EXPECT_FALSE(dog->isTypeOf(nullptr, true));
+    EXPECT_TRUE(dog->isA("Test::Dog"));
+    EXPECT_FALSE(dog->isA("FObject"));
+
+    FObject* asObject = dog;
+    EXPECT_EQ(FCast<Animal>(asObject), dog);
+    EXPECT_EQ(FCast<Dog>(asObject), dog);
+    FObject* animal = new Animal;
+    EXPECT_EQ(FCast<Dog>(animal), nullptr);
+    EXPECT_EQ(FCast<Dog>(static_cast<FObject*>(nullptr)), nullptr);
+    animal->release();
+    dog->release();
+}
+
+TEST(FObjectDependents, ChangesReachEachDependentOnceUntilRemoved)
+{
+    auto* subject = new Animal;
+    Listener a, b;
+    subject->addDependent(&a);
+    subject->addDependent(&a);
+    subject->addDependent(&b);
+    EXPECT_EQ(subject->countDependents(), 2);
+
+    subject->changed();
+    EXPECT_EQ(a.messages, std::vector<int32>{IDependent::kChanged});
+    EXPECT_EQ(a.last, static_cast<FUnknown*>(static_cast<IDependent*>(subject)));
+
+    // A dependent that leaves while it is told: the others are still told.
+    a.leaveFrom = subject;
+    subject->deferUpdate(IDependent::kWillChange);
+    EXPECT_EQ(a.messages.size(), 2u);
+    EXPECT_EQ(b.messages, (std::vector<int32>{IDependent::kChanged, IDependent::kWillChange}));
+    EXPECT_EQ(subject->countDependents(), 1);
+
+    subject->removeDependent(&b);
+    subject->changed();
+    EXPECT_EQ(b.messages.size(), 2u);
+    subject->release();
+}
+
+TEST(ParamInfoRecordLayout, FieldsLieAtTheirOffsets)
+{
+    // 4 + 3 * 128 = 388, padded to 392 for the doubles.
+    EXPECT_EQ(offsetof(ParamInfoRecord, name), 4u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, title), 132u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, units), 260u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, min), 392u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, step), 416u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, type), 424u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, flags), 428u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, format), 432u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, precision), 444u);
+    EXPECT_EQ(offsetof(ParamInfoRecord, reserved), 452u);
+
+    constexpr ParamInfoRecord row{137, "activePartsMM", "Show Different Parts of MixMorpher Extensions", "", 0.0, 3.0, 0.0, 1.0,
+                                  ParamInfoRecord::kInteger, 0, "%.0f", 0, 0, 0};
+    static_assert(row.max == 3.0 && row.format[1] == '.');
+}
