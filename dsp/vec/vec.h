@@ -23,6 +23,9 @@ enum Status : int32_t {
     StsFftOrderErr = -15,
     StsFftFlagErr = -16,
     StsSingularErr = -195,
+    StsDivByZeroErr = -10,    // an IIR filter with a0 of 0
+    StsSampleFactorErr = -59, // a multirate factor below 1
+    StsSamplePhaseErr = -60,  // a multirate phase outside [0, factor)
 };
 
 // One-time initialisation: selects the implementation for this processor.
@@ -34,6 +37,13 @@ void init();
 void* mallocBytes(std::size_t bytes);
 template <class T> T* malloc(std::size_t count);
 void free(void* p);
+
+template <class T> T* malloc(std::size_t count)
+{
+    if (count > static_cast<std::size_t>(-1) / sizeof(T))
+        return nullptr;
+    return static_cast<T*>(mallocBytes(count * sizeof(T)));
+}
 
 // ---- Element-wise ---------------------------------------------------------
 template <class T> void copy(const T* src, T* dst, std::size_t n);      // dst = src (overlap: memmove semantics)
