@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -292,5 +293,9 @@ template void zero<int32_t>(int32_t*, std::size_t);
 template void copy<uint8_t>(const uint8_t*, uint8_t*, std::size_t);
 template void fill<uint8_t>(uint8_t, uint8_t*, std::size_t);
 template void zero<uint8_t>(uint8_t*, std::size_t);
+template void copy<std::complex<float>>(const std::complex<float>*, std::complex<float>*, std::size_t);
+template void zero<std::complex<float>>(std::complex<float>*, std::size_t);
+template void copy<std::complex<double>>(const std::complex<double>*, std::complex<double>*, std::size_t);
+template void zero<std::complex<double>>(std::complex<double>*, std::size_t);
 
 } // namespace Tannhofen::DSP::Vec
