@@ -1,0 +1,79 @@
+// Loading the module, initialising it and running the libraries behind the
+// toolkit (a BLAS product, an FFT plan and transform) starts no thread: the
+// audio thread must never start or wake one.
+#include "dsp/data/linear_algebra.h"
+#include "dsp/vec/vec.h"
+
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <dlfcn.h>
+
+#include <complex>
+#include <vector>
+
+namespace DSP = Tannhofen::DSP;
+
+namespace {
+
+int threadCount()
+{
+    int count = 0;
+    if (DIR* dir = opendir("/proc/self/task")) {
+        while (dirent* entry = readdir(dir))
+            if (entry->d_name[0] != '.')
+                ++count;
+        closedir(dir);
+    }
+    return count;
+}
+
+TEST(NoThreads, ModuleBlasAndFftStartNone)
+{
+    // Only the main thread runs: a library linked into the process (a threaded
+    // BLAS starts its pool when loaded) would show here already.
+    const int before = threadCount();
+    EXPECT_EQ(before, 1);
+
+    void* module = dlopen(PLX_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr) << dlerror();
+    using Entry = bool (*)();
+    using Factory = void* (*)();
+    auto initDll = reinterpret_cast<Entry>(dlsym(module, "InitDll"));
+    auto exitDll = reinterpret_cast<Entry>(dlsym(module, "ExitDll"));
+    auto getFactory = reinterpret_cast<Factory>(dlsym(module, "GetPluginFactory"));
+    ASSERT_TRUE(initDll && exitDll && getFactory);
+    EXPECT_TRUE(initDll());
+    getFactory();
+
+    // Real and complex products large enough for a threaded BLAS to split them.
+    DSP::Data::SmallMatrix<float> a(64, 64), b(64, 512), c(64, 512);
+    DSP::Data::SmallComplexMatrix<double> x(64, 64), y(64, 64), z(64, 64);
+    ASSERT_FALSE(a.init() || b.init() || c.init() || x.init() || y.init() || z.init());
+    DSP::Vec::fill(0.5f, a.data, 64 * 64);
+    DSP::Vec::fill(2.0f, b.data, 64 * 512);
+    DSP::Data::multiply(a, b, c);
+    EXPECT_EQ(c.data[0], 64.0f);
+    for (int i = 0; i < 64 * 64; ++i)
+        x.data[i] = y.data[i] = std::complex<double>(0, 1);
+    DSP::Data::multiply(x, y, z);
+    EXPECT_EQ(z.data[0], std::complex<double>(-64, 0));
+
+    // An FFT planned and run.
+    int specSize = 0, initSize = 0, workSize = 0;
+    ASSERT_EQ(DSP::Vec::fftGetSize(12, DSP::Vec::FftDivInvByN, specSize, initSize, workSize), DSP::Vec::StsNoErr);
+    std::vector<uint8_t> spec(specSize);
+    DSP::Vec::FftSpec<float>* plan = nullptr;
+    ASSERT_EQ(DSP::Vec::fftInit(&plan, 12, DSP::Vec::FftDivInvByN, spec.data(), nullptr), DSP::Vec::StsNoErr);
+    std::vector<float> re(4096, 1.0f), im(4096, 0.0f), outRe(4096), outIm(4096);
+    ASSERT_EQ(DSP::Vec::fftFwd(re.data(), im.data(), outRe.data(), outIm.data(), plan, nullptr), DSP::Vec::StsNoErr);
+    EXPECT_EQ(outRe[0], 4096.0f);
+    DSP::Vec::fftFree(plan);
+
+    EXPECT_EQ(threadCount(), before);
+    EXPECT_TRUE(exitDll());
+    dlclose(module);
+    EXPECT_EQ(threadCount(), before);
+}
+
+} // namespace
