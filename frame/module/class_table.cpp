@@ -1,0 +1,40 @@
+// The six classes of the module. Each plug-in wires its create function here:
+// replace the body of its function below by
+//     return createInstanceAs<TheClass, TheFace>(context);
+// where TheFace is IAudioProcessor for a processor and IPlxEditController for
+// a controller. Until then a class is listed but can't be created.
+#include "frame/module/class_table.h"
+
+#include "frame/class_ids.h"
+
+namespace Tannhofen::Plx {
+
+namespace {
+
+FUnknown* createRadialPanner(void*) { return nullptr; }
+FUnknown* createRPannerController(void*) { return nullptr; }
+FUnknown* createMatrixMixer(void*) { return nullptr; }
+FUnknown* createMMixerController(void*) { return nullptr; }
+FUnknown* createAmbiBinProcessor(void*) { return nullptr; }
+FUnknown* createAmbiBinController(void*) { return nullptr; }
+
+constexpr const char* kProcessorCategory = "Audio Module Class";
+constexpr const char* kControllerCategory = "Component Controller Class";
+
+const ClassTableRow kClassTable[] = {
+    {kRadialPannerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX RadialPanner", "Spatial|Fx",
+     createRadialPanner},
+    {kRadialPannerControllerUID, 0, kControllerCategory, "PLX RadialPanner Controller", "", createRPannerController},
+    {kMatrixMixerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "MixMorph V6", "Spatial|Fx|Up-Downmix",
+     createMatrixMixer},
+    {kMatrixMixerControllerUID, 0, kControllerCategory, "MixMorph V6 Controller", "", createMMixerController},
+    {kAmbiBinProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX SphereDecoder",
+     "Spatial|Fx|Ambisonics|Up-Downmix", createAmbiBinProcessor},
+    {kAmbiBinControllerUID, 0, kControllerCategory, "PLX SphereDecoder Controller", "", createAmbiBinController},
+};
+
+} // namespace
+
+std::span<const ClassTableRow> moduleClassTable() { return kClassTable; }
+
+} // namespace Tannhofen::Plx

@@ -1,0 +1,101 @@
+#include "host/lib/host_application.h"
+
+#include <algorithm>
+
+#include "frame/text.h"
+#include "host/lib/attributes.h"
+#include "host/lib/message.h"
+
+namespace Tannhofen::Host {
+
+using namespace Plx;
+
+HostApplication::~HostApplication()
+{
+    for (IIdleHandler* handler : idleHandlers)
+        handler->release();
+}
+
+tresult HostApplication::queryInterface(const TUID& iid, void** obj)
+{
+    if (!obj)
+        return kInvalidArgument;
+    PLX_HOST_ANSWER(iid, obj, IPlxHostApplication)
+    PLX_HOST_ANSWER(iid, obj, IPlxHostInfo)
+    PLX_HOST_ANSWER(iid, obj, IPlxTimerService)
+    if (equalTUID(iid, FUnknown::iid)) {
+        addRef();
+        *obj = static_cast<FUnknown*>(static_cast<IPlxHostApplication*>(this));
+        return kResultOk;
+    }
+    *obj = nullptr;
+    return kNoInterface;
+}
+
+tresult HostApplication::getName(char16_t* out)
+{
+    if (!out)
+        return kInvalidArgument;
+    copyBounded16(out, 128, name.c_str());
+    return kResultOk;
+}
+
+tresult HostApplication::createInstance(const TUID& cid, const TUID& iid, void** obj)
+{
+    if (!obj)
+        return kInvalidArgument;
+    *obj = nullptr;
+    FUnknown* created = nullptr;
+    if (equalTUID(cid, IMessage::iid))
+        created = HostMessage::create();
+    else if (equalTUID(cid, IPlxAttributes::iid))
+        created = HostAttributes::create();
+    if (!created)
+        return kNoInterface;
+    const tresult result = created->queryInterface(iid, obj);
+    created->release();
+    return result;
+}
+
+tresult HostApplication::getProductCode(int32_t* code)
+{
+    if (!code)
+        return kInvalidArgument;
+    *code = productCode;
+    return kResultOk;
+}
+
+tresult HostApplication::registerIdleHandler(IIdleHandler* handler)
+{
+    if (!handler)
+        return kInvalidArgument;
+    if (std::find(idleHandlers.begin(), idleHandlers.end(), handler) != idleHandlers.end())
+        return kResultFalse;
+    handler->addRef();
+    idleHandlers.push_back(handler);
+    return kResultOk;
+}
+
+tresult HostApplication::unregisterIdleHandler(IIdleHandler* handler)
+{
+    auto it = std::find(idleHandlers.begin(), idleHandlers.end(), handler);
+    if (!handler || it == idleHandlers.end())
+        return kResultFalse;
+    idleHandlers.erase(it);
+    handler->release();
+    return kResultOk;
+}
+
+void HostApplication::idle()
+{
+    // Hold each handler while it runs: it may unregister itself.
+    const std::vector<IIdleHandler*> handlers = idleHandlers;
+    for (IIdleHandler* handler : handlers)
+        handler->addRef();
+    for (IIdleHandler* handler : handlers) {
+        handler->onIdle();
+        handler->release();
+    }
+}
+
+} // namespace Tannhofen::Host

@@ -1,0 +1,58 @@
+// HostApplication: the host context that plug-ins get in initialize. It
+// creates messages and attribute lists (IPlxHostApplication), tells a
+// settable product code (IPlxHostInfo), and is the timer service
+// (IPlxTimerService) whose idle() calls every registered idle handler.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "frame/ihostapplication.h"
+#include "frame/ihostinfo.h"
+#include "frame/iidlehandler.h"
+#include "host/lib/ref_counted.h"
+
+namespace Tannhofen::Host {
+
+class HostApplication final : public Plx::IPlxHostApplication,
+                              public Plx::IPlxHostInfo,
+                              public Plx::IPlxTimerService,
+                              public RefCounted {
+public:
+    static HostApplication* create(int32_t productCode = 0) { return new HostApplication(productCode); }
+
+    Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override;
+    PLX_HOST_REFCOUNT
+
+    // IPlxHostApplication
+    Plx::tresult getName(char16_t* name) override;
+    Plx::tresult createInstance(const Plx::TUID& cid, const Plx::TUID& iid, void** obj) override;
+
+    // IPlxHostInfo
+    Plx::tresult getProductCode(int32_t* code) override;
+    void setProductCode(int32_t code) { productCode = code; }
+
+    // IPlxTimerService
+    Plx::tresult registerIdleHandler(Plx::IIdleHandler* handler) override;
+    Plx::tresult unregisterIdleHandler(Plx::IIdleHandler* handler) override;
+
+    // One timer tick: calls onIdle of every registered handler, in order of
+    // registration. A handler may unregister itself meanwhile.
+    void idle();
+    size_t idleHandlerCount() const { return idleHandlers.size(); }
+
+    void setName(const std::u16string& newName) { name = newName; }
+
+    // The object as the FUnknown that initialize takes.
+    Plx::FUnknown* unknown() { return static_cast<Plx::IPlxHostApplication*>(this); }
+
+private:
+    explicit HostApplication(int32_t productCode) : productCode(productCode) {}
+    ~HostApplication() override;
+
+    int32_t productCode;
+    std::u16string name = u"Tannhofen plx";
+    std::vector<Plx::IIdleHandler*> idleHandlers; // each holds a reference
+};
+
+} // namespace Tannhofen::Host

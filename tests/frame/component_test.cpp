@@ -1,0 +1,278 @@
+// Components, buses and messages of the frame, driven as a host drives them.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "frame/audioeffect.h"
+#include "frame/text.h"
+#include "host/lib/host_application.h"
+#include "host/lib/message.h"
+
+using namespace Tannhofen;
+using namespace Tannhofen::Plx;
+
+namespace {
+
+class TestEffect : public AudioEffect {
+public:
+    PLX_OBJ_METHODS(TestEffect, AudioEffect, "Test::TestEffect")
+    static TestEffect* make() { return new TestEffect; }
+    tresult receiveText(const char* text) override
+    {
+        received.push_back(text);
+        return kResultOk;
+    }
+    std::vector<std::string> received;
+    bool wants64 = false;
+    tresult canProcessSampleSize(int32 size) override
+    {
+        return size == kSample32 || (wants64 && size == kSample64) ? kResultOk : kResultFalse;
+    }
+};
+
+template <class T>
+struct Ref {
+    T* p = T::make();
+    ~Ref() { p->release(); }
+    T* operator->() { return p; }
+};
+
+IPtr<Host::HostApplication> makeHost() { return IPtr<Host::HostApplication>::adopt(Host::HostApplication::create()); }
+
+IPtr<IMessage> textMessage(const char16* text)
+{
+    auto message = IPtr<IMessage>::adopt(Host::HostMessage::create());
+    message->setMessageID("TextMessage");
+    if (text)
+        message->getAttributes()->setString("Text", text);
+    return message;
+}
+
+} // namespace
+
+TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex)
+{
+    Ref<TestEffect> fx;
+    EXPECT_STREQ(fx->getClassName(), "Test::TestEffect");
+    for (const char* base : {"Plx::AudioEffect", "Plx::Component", "Plx::ComponentBase", "FObject"})
+        EXPECT_TRUE(fx->isTypeOf(base, true)) << base;
+
+    AudioBus* in = fx->addAudioInput(u"Input", 0x80000);
+    fx->addAudioOutput(u"Output", 0x3F, kMain, 0);
+    fx->addEventInput(u"Events", 3);
+    EXPECT_EQ(fx->getAudioInput(0), in);
+    EXPECT_EQ(fx->getAudioInput(1), nullptr);
+    EXPECT_EQ(fx->getAudioInput(-1), nullptr);
+    EXPECT_FALSE(in->isActive());
+
+    EXPECT_EQ(fx->getBusCount(kAudio, kInput), 1);
+    EXPECT_EQ(fx->getBusCount(kAudio, kOutput), 1);
+    EXPECT_EQ(fx->getBusCount(kEvent, kInput), 1);
+    EXPECT_EQ(fx->getBusCount(kEvent, kOutput), 0);
+    EXPECT_EQ(fx->getBusCount(2, kInput), 0);
+    EXPECT_EQ(fx->getBusCount(kAudio, 2), 0);
+
+    BusInfo info{};
+    ASSERT_EQ(fx->getBusInfo(kAudio, kOutput, 0, &info), kResultOk);
+    EXPECT_EQ(info.mediaType, kAudio);
+    EXPECT_EQ(info.direction, kOutput);
+    EXPECT_EQ(info.channelCount, 6); // 0x3F: six speakers
+    EXPECT_EQ(std::u16string(info.name), u"Output");
+    EXPECT_EQ(info.busType, kMain);
+    EXPECT_EQ(info.flags, 0u);
+    ASSERT_EQ(fx->getBusInfo(kAudio, kInput, 0, &info), kResultOk);
+    EXPECT_EQ(info.channelCount, 1);
+    EXPECT_EQ(info.flags, 1u);
+    ASSERT_EQ(fx->getBusInfo(kEvent, kInput, 0, &info), kResultOk);
+    EXPECT_EQ(info.channelCount, 3);
+    EXPECT_EQ(fx->getBusInfo(kAudio, kInput, 1, &info), kInvalidArgument);
+    EXPECT_EQ(fx->getBusInfo(kAudio, kInput, -1, &info), kInvalidArgument);
+    EXPECT_EQ(fx->getBusInfo(7, kInput, 0, &info), kInvalidArgument);
+    EXPECT_EQ(fx->getBusInfo(kAudio, kInput, 0, nullptr), kInvalidArgument);
+
+    // A long name is cut to 127 characters and terminated.
+    std::u16string longName(200, u'x');
+    fx->addAudioInput(longName.c_str(), 0x3, kAux);
+    ASSERT_EQ(fx->getBusInfo(kAudio, kInput, 1, &info), kResultOk);
+    EXPECT_EQ(std::u16string(info.name).size(), 127u);
+    EXPECT_EQ(info.busType, kAux);
+
+    EXPECT_EQ(fx->activateBus(kAudio, kInput, 0, true), kResultOk);
+    EXPECT_TRUE(in->isActive());
+    EXPECT_EQ(fx->activateBus(kAudio, kInput, 0, false), kResultOk);
+    EXPECT_FALSE(in->isActive());
+    EXPECT_EQ(fx->activateBus(kAudio, kInput, 2, true), kInvalidArgument);
+    EXPECT_EQ(fx->activateBus(kEvent, kOutput, 0, true), kInvalidArgument);
+
+    EXPECT_EQ(fx->removeAllBusses(), kResultOk);
+    EXPECT_EQ(fx->getBusCount(kAudio, kInput), 0);
+    EXPECT_EQ(fx->getBusCount(kEvent, kInput), 0);
+}
+
+TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists)
+{
+    Ref<TestEffect> fx;
+    fx->addAudioInput(u"In", 0x3);
+    fx->addAudioOutput(u"Out", 0x3);
+
+    SpeakerArrangement ins[2] = {0x7, 0x3};
+    SpeakerArrangement outs[1] = {0x3F};
+    EXPECT_EQ(fx->setBusArrangements(ins, 2, outs, 1), kResultFalse); // one input bus only
+    EXPECT_EQ(fx->setBusArrangements(ins, -1, outs, 1), kInvalidArgument);
+    EXPECT_EQ(fx->setBusArrangements(nullptr, 1, outs, 1), kInvalidArgument);
+    EXPECT_EQ(fx->setBusArrangements(ins, 1, outs, 1), kResultOk);
+    EXPECT_EQ(fx->setBusArrangements(nullptr, 0, nullptr, 0), kResultOk);
+
+    SpeakerArrangement arr = 0;
+    ASSERT_EQ(fx->getBusArrangement(kInput, 0, &arr), kResultOk);
+    EXPECT_EQ(arr, 0x7u);
+    ASSERT_EQ(fx->getBusArrangement(kOutput, 0, &arr), kResultOk);
+    EXPECT_EQ(arr, 0x3Fu);
+    EXPECT_EQ(fx->getBusArrangement(kOutput, 1, &arr), kInvalidArgument);
+    EXPECT_EQ(fx->getBusArrangement(2, 0, &arr), kInvalidArgument);
+    EXPECT_EQ(fx->getBusArrangement(kInput, 0, nullptr), kInvalidArgument);
+}
+
+TEST(ComponentProcessing, SetupKeepsTheOldSampleSizeOnRefusal)
+{
+    Ref<TestEffect> fx;
+    EXPECT_EQ(fx->getProcessSetup().maxSamplesPerBlock, 1024);
+    EXPECT_EQ(fx->getProcessSetup().sampleRate, 44100.0);
+
+    PlxProcessSetup setup{kOffline, kSample64, 512, 48000.0};
+    EXPECT_EQ(fx->setupProcessing(&setup), kResultFalse);
+    EXPECT_EQ(fx->getProcessSetup().symbolicSampleSize, kSample32);
+    EXPECT_EQ(fx->getProcessSetup().maxSamplesPerBlock, 512);
+    EXPECT_EQ(fx->getProcessSetup().sampleRate, 48000.0);
+    EXPECT_EQ(fx->getProcessSetup().processMode, kOffline);
+    fx->wants64 = true;
+    EXPECT_EQ(fx->setupProcessing(&setup), kResultOk);
+    EXPECT_EQ(fx->getProcessSetup().symbolicSampleSize, kSample64);
+    EXPECT_EQ(fx->setupProcessing(nullptr), kInvalidArgument);
+
+    EXPECT_EQ(fx->setProcessing(true), kNotImplemented);
+    EXPECT_EQ(fx->process(nullptr), kNotImplemented);
+    EXPECT_EQ(fx->setIoMode(0), kNotImplemented);
+    EXPECT_EQ(fx->getRoutingInfo(nullptr, nullptr), kNotImplemented);
+    EXPECT_EQ(fx->getLatencySamples(), 0u);
+    EXPECT_EQ(fx->getTailSamples(), 0u);
+    EXPECT_EQ(fx->getProcessContextRequirements(), 0u);
+    EXPECT_EQ(fx->setActive(true), kResultOk);
+
+    TUID cid{};
+    EXPECT_EQ(fx->getControllerClassId(&cid), kResultFalse);
+    fx->setControllerClass(FUID(1, 2, 3, 4));
+    ASSERT_EQ(fx->getControllerClassId(&cid), kResultOk);
+    EXPECT_EQ(cid, makeTUID(1, 2, 3, 4));
+    EXPECT_EQ(fx->getControllerClassId(nullptr), kInvalidArgument);
+}
+
+TEST(ComponentInterfaces, QueriesReachEveryFaceOfOneObject)
+{
+    Ref<TestEffect> fx;
+    for (const TUID& iid : {FUnknown::iid, IPluginBase::iid, IConnectionPoint::iid, IComponent::iid,
+                            IAudioProcessor::iid, IProcessContextRequirements::iid, FObject::iid}) {
+        void* obj = nullptr;
+        ASSERT_EQ(fx->queryInterface(iid, &obj), kResultOk);
+        EXPECT_EQ(fx->getRefCount(), 2);
+        static_cast<FUnknown*>(obj)->release();
+    }
+    void* obj = fx.p;
+    EXPECT_EQ(fx->queryInterface(makeTUID(9, 9, 9, 9), &obj), kNoInterface);
+    EXPECT_EQ(obj, nullptr);
+}
+
+TEST(ComponentInterfaces, IdsLieInMemoryAsHostsCompareThem)
+{
+    auto hex = [](const TUID& id) {
+        std::string s;
+        for (uint8_t b : id) {
+            s += "0123456789ABCDEF"[b >> 4];
+            s += "0123456789ABCDEF"[b & 15];
+        }
+        return s;
+    };
+    EXPECT_EQ(hex(IPluginBase::iid), "DB8D88226E15AE458358B34808190625");
+    EXPECT_EQ(hex(IConnectionPoint::iid), "6F15A4706E6E2640989148BFAA60D8D1");
+    EXPECT_EQ(hex(IComponent::iid), "31FF31E8D5F20143928EBBEE25697802");
+    EXPECT_EQ(hex(IAudioProcessor::iid), "993F0442DAB73C45A569E79D9AAEC33D");
+    EXPECT_EQ(hex(IProcessContextRequirements::iid), "0343652A76EF3D4E95B5FE83730EF6D0");
+}
+
+TEST(ComponentLife, InitializeAndConnectHoldOneOfEach)
+{
+    auto host = makeHost();
+    auto other = makeHost();
+    Ref<TestEffect> fx;
+    Ref<TestEffect> peer;
+    Ref<TestEffect> stranger;
+
+    EXPECT_EQ(fx->initialize(host->unknown()), kResultOk);
+    EXPECT_EQ(host->refCount(), 2);
+    EXPECT_EQ(fx->initialize(other->unknown()), kResultFalse);
+    EXPECT_EQ(fx->getHostContext(), host->unknown());
+    EXPECT_EQ(other->refCount(), 1);
+
+    EXPECT_EQ(fx->connect(nullptr), kInvalidArgument);
+    EXPECT_EQ(fx->connect(peer.p), kResultOk);
+    EXPECT_EQ(peer->connect(fx.p), kResultOk);
+    EXPECT_EQ(fx->connect(stranger.p), kResultFalse);
+    EXPECT_EQ(fx->getPeer(), static_cast<IConnectionPoint*>(peer.p));
+    EXPECT_EQ(fx->disconnect(stranger.p), kResultFalse);
+
+    // terminate lets go of the context and tells the peer.
+    EXPECT_EQ(fx->terminate(), kResultOk);
+    EXPECT_EQ(host->refCount(), 1);
+    EXPECT_EQ(fx->getPeer(), nullptr);
+    EXPECT_EQ(peer->getPeer(), nullptr);
+    EXPECT_EQ(peer->getRefCount(), 1);
+    EXPECT_EQ(fx->getRefCount(), 1);
+
+    // A null context is accepted and remembered as none.
+    EXPECT_EQ(fx->initialize(nullptr), kResultOk);
+    EXPECT_EQ(fx->initialize(host->unknown()), kResultOk);
+    fx->terminate();
+}
+
+TEST(ComponentMessages, TextMessagesArriveAsUtf8AndAreCutTo255)
+{
+    auto host = makeHost();
+    Ref<TestEffect> fx;
+    Ref<TestEffect> peer;
+
+    // Without a host there is no message to send.
+    EXPECT_EQ(fx->allocateMessage(), nullptr);
+    EXPECT_EQ(fx->sendTextMessage("hello"), kResultFalse);
+
+    fx->initialize(host->unknown());
+    EXPECT_EQ(fx->sendTextMessage("hello"), kResultFalse); // no peer yet
+    EXPECT_EQ(fx->sendMessage(nullptr), kResultFalse);
+    fx->connect(peer.p);
+
+    EXPECT_EQ(fx->sendTextMessage("hello"), kResultOk);
+    EXPECT_EQ(fx->sendTextMessage(std::string(300, 'a').c_str()), kResultOk);
+    // Two-byte characters: 200 of them are 400 bytes; the cut keeps 127 whole ones.
+    std::string umlauts;
+    for (int i = 0; i < 200; ++i)
+        umlauts += "\xC3\xA4";
+    EXPECT_EQ(fx->sendTextMessage(umlauts.c_str()), kResultOk);
+    ASSERT_EQ(peer->received.size(), 3u);
+    EXPECT_EQ(peer->received[0], "hello");
+    EXPECT_EQ(peer->received[1], std::string(255, 'a'));
+    EXPECT_EQ(peer->received[2], umlauts.substr(0, 254));
+
+    EXPECT_EQ(peer->notify(textMessage(u"gr\u00FC\u00DF").get()), kResultOk);
+    EXPECT_EQ(peer->received.back(), "gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(peer->notify(textMessage(nullptr).get()), kResultFalse);
+    EXPECT_EQ(peer->notify(nullptr), kInvalidArgument);
+    auto other = IPtr<IMessage>::adopt(Host::HostMessage::create());
+    other->setMessageID("gainMatrix");
+    EXPECT_EQ(peer->notify(other.get()), kResultFalse);
+    auto noId = IPtr<IMessage>::adopt(Host::HostMessage::create());
+    EXPECT_EQ(peer->notify(noId.get()), kResultFalse);
+
+    // A message with only an ID reaches the peer, which answers false for it.
+    EXPECT_EQ(fx->sendMessageID("resetMaxLevelIn"), kResultFalse);
+    EXPECT_EQ(peer->received.size(), 4u);
+    fx->terminate();
+}
