@@ -1,0 +1,337 @@
+// Properties of the mix model over every pair of named arrangements, bad input
+// from a host, deferred batches, the grids, the scales and the parameter table.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <set>
+#include <stdexcept>
+
+#include "frame/speaker_arrangement.h"
+#include "mix/log_scale.h"
+#include "mix/mix_params.h"
+#include "mix_test_util.h"
+
+using namespace Tannhofen;
+using namespace Tannhofen::Mix;
+using namespace Tannhofen::Mix::Test;
+
+namespace {
+
+// Every grid position has a bus channel of its own.
+bool isPermutation(std::vector<int32_t> map)
+{
+    std::sort(map.begin(), map.end());
+    for (size_t i = 0; i < map.size(); ++i)
+        if (map[i] != static_cast<int32_t>(i))
+            return false;
+    return true;
+}
+
+// Every speaker of the grid stands on a row that its layers reach (a grid of
+// one or two layers starts at ear level).
+bool layersReachAllRows(const SpeakerGrid& g)
+{
+    uint32_t reached = 0;
+    for (uint32_t l = 0; l < g.layers(); ++l)
+        reached += g.rowTotal(g.rowOfLayer(l));
+    return reached == g.mainCount();
+}
+
+bool hasSingleSpeakerZone(const SpeakerGrid& g)
+{
+    for (uint32_t r = 0; r < SpeakerGrid::kRows; ++r)
+        for (uint32_t z = 0; z < SpeakerGrid::kZones; ++z)
+            if (g.count(r, z) == 1)
+                return true;
+    return false;
+}
+
+// Bus channels of the main speakers (all but LFE and LFE2).
+std::vector<int> mainChannels(Plx::SpeakerArrangement arr)
+{
+    std::vector<int> out;
+    int ch = 0;
+    for (int b = 0; b < 64; ++b)
+        if (arr & (1ull << b)) {
+            if (!((1ull << b) & (Plx::Speaker::LFE | Plx::Speaker::LFE2)))
+                out.push_back(ch);
+            ++ch;
+        }
+    return out;
+}
+
+void expectFinite(const MMixerModel& model)
+{
+    for (int which = 0; which < 2; ++which)
+        for (float v : model.getGainSet()->matrix[which].data)
+            ASSERT_TRUE(std::isfinite(v));
+}
+
+} // namespace
+
+TEST(MixProperties, AllPairsOfNamedArrangements)
+{
+    const Plx::ArrangementInfo* table = Plx::arrangementTable();
+    int unitPowerPairs = 0;
+    int unmapped = 0;
+    for (int a = 0; a < Plx::kArrangementCount; ++a) {
+        for (int b = 0; b < Plx::kArrangementCount; ++b) {
+            const Plx::SpeakerArrangement in = table[a].mask, out = table[b].mask;
+            SCOPED_TRACE(testing::Message() << table[a].shortName << " -> " << table[b].shortName);
+            auto model = makeModel(in, out);
+            const MixMatrix& m = model->getGainSet()->matrix[MixGainSet::kNormal];
+            ASSERT_EQ(m.rows, Plx::getChannelCount(in));
+            ASSERT_EQ(m.cols, Plx::getChannelCount(out));
+            expectFinite(*model);
+            for (float v : m.data) {
+                ASSERT_GE(v, 0.0f);
+                ASSERT_LE(v, 1.0f + kTol);
+            }
+            // Direct routing holds only ones and zeros.
+            for (float v : model->getGainSet()->matrix[MixGainSet::kDirect].data)
+                ASSERT_TRUE(v == 0.0f || v == 1.0f);
+
+            // Unit power: every level at 0 dB (the centre at -3 dB where the
+            // centre source is doubled onto a pair), no fold of depth zones into
+            // one ring, no single-speaker zone, every speaker reachable and
+            // with a place of its own in the channel map.
+            const SpeakerGrid& gi = model->getInGrid();
+            const SpeakerGrid& go = model->getOutGrid();
+            const bool folding = gi.usedZones(1) >= 2 && go.usedZones(1) == 1;
+            if (folding || hasSingleSpeakerZone(go) || !layersReachAllRows(gi) || !layersReachAllRows(go) ||
+                go.mainCount() == 0)
+                continue;
+            const MixGainSet& set = *model->getGainSet();
+            if (!isPermutation(set.inMap) || !isPermutation(set.outMap)) {
+                ++unmapped;
+                continue;
+            }
+            for (int id : {ParamId::kSurroundLvl, ParamId::kSideLvl, ParamId::kTopLvl, ParamId::kBottomLvl,
+                           ParamId::kGlobalLvl})
+                model->setParamValue(id, 0.75);
+            const bool doubled = !go.hasFrontCenter() && Plx::getChannelCount(out) > 1;
+            model->setParamValue(ParamId::kCenterLvl, doubled ? kLevelScale.toNormalized(0.70710677) : 0.75);
+            const std::vector<int> ins = mainChannels(in), outs = mainChannels(out);
+            for (int i : ins) {
+                double power = 0.0;
+                for (int o : outs)
+                    power += double(m.at(i, o)) * m.at(i, o);
+                EXPECT_NEAR(power, 1.0, 1e-5) << "input channel " << i;
+            }
+            ++unitPowerPairs;
+        }
+    }
+    EXPECT_GT(unitPowerPairs, 1500);
+    // Only the ambisonic masks, "7.1 Cine Center High" (a top front centre
+    // without the top front pair) and "7.1 Cine Full Rear" (Rcs and Rs share a
+    // position; the map stays whole since the free one keeps its own channel)
+    // lack a position per speaker.
+    int named = 0;
+    for (int a = 0; a < Plx::kArrangementCount; ++a) {
+        SpeakerGrid grid(table[a].mask);
+        std::vector<int32_t> positions;
+        for (int b = 0; b < 64; ++b)
+            if (table[a].mask & (1ull << b))
+                positions.push_back(grid.positionOf(1ull << b));
+        named += isPermutation(positions) ? 0 : 1;
+    }
+    EXPECT_EQ(named, 5);
+    EXPECT_GT(unmapped, 0);
+}
+
+TEST(MixProperties, HostMasksNeverRaiseGridErrors)
+{
+    std::vector<Plx::SpeakerArrangement> masks;
+    for (int b = 0; b < 64; ++b)
+        masks.push_back(1ull << b);
+    std::mt19937_64 rng(20261122);
+    for (int k = 0; k < 150; ++k)
+        masks.push_back(rng() & (k % 2 ? ~0ull : 0x3FFFFFFFFFull));
+    masks.push_back(0);
+    const Plx::SpeakerArrangement partners[] = {0, 0x3, 0x80000, 0x3F, 0x2D63F, 0x7307FFFF, 0xF00000};
+    auto exercise = [](Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
+        SCOPED_TRACE(testing::Message() << std::hex << in << " -> " << out);
+        auto model = makeModel(in, out);
+        for (int s = 0; s < Plx::kSpeakerIndexCount; ++s) {
+            model->setParamValue(ParamId::kInputSoloFirst + s, 1.0);
+            model->setParamValue(ParamId::kOutputSoloFirst + s, 1.0);
+        }
+        model->setParamValue(ParamId::kSoloToCenter, 1.0);
+        model->setParamValue(ParamId::kSurroundToFront, 1.0);
+        model->setParamValue(ParamId::kLfeLevel, 1.0);
+        expectFinite(*model);
+    };
+    for (Plx::SpeakerArrangement mask : masks)
+        for (Plx::SpeakerArrangement partner : partners) {
+            EXPECT_NO_THROW(exercise(mask, partner));
+            EXPECT_NO_THROW(exercise(partner, mask));
+        }
+    for (int k = 0; k < 200; ++k)
+        EXPECT_NO_THROW(exercise(rng(), rng()));
+
+    // Indexing outside the grid is a programming fault, and says so.
+    SpeakerGrid grid(0x3F);
+    try {
+        grid.count(3, 0);
+        FAIL();
+    } catch (const std::out_of_range& e) {
+        EXPECT_STREQ(e.what(), "invalid array<T, N> subscript");
+    }
+    EXPECT_THROW(grid.countOf(0, 3), std::out_of_range);
+}
+
+TEST(MixProperties, UnknownIdsAndParameterRoundTrips)
+{
+    auto model = makeModel(0x3F, 0x3);
+    const std::vector<float> before = model->getGainSet()->matrix[0].data;
+    for (int id : {-1, 0, 12, 43, 58, 85, 130, 200, 256, 266, 1000}) {
+        model->setParamValue(id, 0.3);
+        EXPECT_EQ(model->getParamValue(id), -1.0) << id;
+    }
+    EXPECT_EQ(model->getGainSet()->matrix[0].data, before);
+
+    // Levels read back their normalized value; flags are on only at 1.0.
+    model->setParamValue(ParamId::kSideLvl, 0.6);
+    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kSideLvl), 0.6);
+    model->setParamValue(ParamId::kLowPass, 0.9);
+    EXPECT_EQ(model->getParamValue(ParamId::kLowPass), 0.0);
+    model->setParamValue(ParamId::kLowPass, 1.0);
+    EXPECT_EQ(model->getParamValue(ParamId::kLowPass), 1.0);
+    model->setParamValue(ParamId::kActiveParts, 0.25);
+    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kActiveParts), 0.25);
+    model->setParamValue(ParamId::kDirectMode, 0.5);
+    EXPECT_EQ(model->getParamValue(ParamId::kDirectMode), 1.0);
+    model->setParamValue(ParamId::kLfeLevel, 0.5);
+    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kLfeLevel), 0.5);
+
+    // A fresh model's levels read as the normalized values of their defaults.
+    MMixerModel fresh;
+    EXPECT_NEAR(kLevelScale.toLinear(fresh.getParamValue(ParamId::kCenterLvl)), 0.70710677, 1e-6);
+    EXPECT_NEAR(kLevelScale.toLinear(fresh.getParamValue(ParamId::kTopLvl)), 0.8408964, 1e-6);
+    EXPECT_NEAR(kLevelScale.toLinear(fresh.getParamValue(ParamId::kGlobalLvl)), 1.0, 1e-6);
+}
+
+namespace {
+
+class CountingModel : public MMixerModel {
+public:
+    void updateMain(bool direct) override
+    {
+        if (!direct && !isDeferred())
+            ++mainRuns;
+        MMixerModel::updateMain(direct);
+    }
+    int mainRuns = 0;
+};
+
+} // namespace
+
+TEST(MixProperties, DeferredBatchComputesOnce)
+{
+    CountingModel model;
+    model.createGainSet();
+    model.setArrangements(0x2D63F, 0x3F);
+    auto reference = makeModel(0x2D63F, 0x3F);
+
+    model.mainRuns = 0;
+    model.setDeferred(true);
+    for (int id : {ParamId::kLfeLevel, ParamId::kCenterLvl, ParamId::kSurroundLvl, ParamId::kTopLvl,
+                   ParamId::kBottomLvl, ParamId::kSideLvl})
+        model.setParamValue(id, model.getDefault(id));
+    EXPECT_EQ(model.mainRuns, 0);
+    model.setDeferred(false);
+    EXPECT_EQ(model.mainRuns, 1);
+    EXPECT_EQ(model.getGainSet()->matrix[0].data, reference->getGainSet()->matrix[0].data);
+
+    // An LFE change alone in a batch recomputes only the LFE.
+    model.setDeferred(true);
+    model.setParamValue(ParamId::kLfeLevel, 0.25);
+    model.setDeferred(false);
+    EXPECT_EQ(model.mainRuns, 1);
+    EXPECT_NEAR(gain(model, 3, 3), 0.25f, kTol); // 0.25 ^ 2 * 4
+
+    // Setting a level to its present value recomputes nothing.
+    model.setParamValue(ParamId::kGlobalLvl, model.getParamValue(ParamId::kGlobalLvl));
+    EXPECT_EQ(model.mainRuns, 1);
+}
+
+TEST(MixProperties, GridsAndChannelMaps)
+{
+    SpeakerGrid g222(0x7307FFFF);
+    EXPECT_EQ(g222.layers(), 3u);
+    EXPECT_EQ(g222.count(1, 0), 5u);
+    EXPECT_EQ(g222.count(1, 1), 2u);
+    EXPECT_EQ(g222.count(1, 2), 3u);
+    EXPECT_EQ(g222.count(0, 0), 3u);
+    EXPECT_EQ(g222.lfeCount(), 2u);
+    EXPECT_EQ(g222.mainCount(), 22u);
+    EXPECT_TRUE(g222.hasFrontCenter());
+
+    // Two layers start at ear level: layer 0 is row 1.
+    SpeakerGrid g714(0x2D63F);
+    EXPECT_EQ(g714.layers(), 2u);
+    EXPECT_EQ(g714.countOf(0, 1), 2u);
+    EXPECT_EQ(g714.zonesOfLayer(1), 3u);
+    EXPECT_EQ(g714.usedZonesOfLayer(1), 2u);
+    g714.setCount(2, 1, 1);
+    EXPECT_EQ(g714.usedZonesOfLayer(1), 3u);
+
+    SpeakerGrid empty(0);
+    EXPECT_EQ(empty.layers(), 0u);
+    EXPECT_EQ(empty.mainCount(), 0u);
+    EXPECT_EQ(empty.zoneSpan(1), 0u);
+
+    // Grid order of 5.1 is L C R Ls Rs LFE; the bus order L R C LFE Ls Rs.
+    auto model = makeModel(0x3F, 0x3F);
+    EXPECT_EQ(model->getGainSet()->inMap, (std::vector<int32_t>{0, 2, 1, 4, 5, 3}));
+    // An empty arrangement computes nothing and stays safe.
+    auto none = makeModel(0, 0x3F);
+    EXPECT_EQ(none->getGainSet()->matrix[0].rows, 0);
+}
+
+TEST(MixProperties, ScalesAndParameterTable)
+{
+    EXPECT_NEAR(kLevelScale.toLinear(0.75), 1.0, 1e-6);
+    EXPECT_NEAR(kLfeScale.toLinear(0.5), 1.0, 1e-6);
+    EXPECT_EQ(kLevelScale.toLinear(0.0), 0.0);
+    EXPECT_NEAR(kLevelScale.toLinear(1.0), 2.0, 1e-6);
+    for (double n = 0.05; n < 1.0; n += 0.05) {
+        EXPECT_NEAR(kLevelScale.toNormalized(kLevelScale.toLinear(n)), n, 1e-6);
+        EXPECT_NEAR(kLfeScale.toNormalized(kLfeScale.toLinear(n)), n, 1e-6);
+    }
+
+    const MixParamTable& table = MixParamTable::instance();
+    ASSERT_EQ(table.count(), 52);
+    std::set<int32_t> ids;
+    for (int32_t i = 0; i < table.count(); ++i)
+        EXPECT_TRUE(ids.insert(table.row(i).id).second);
+    EXPECT_EQ(table.find(ParamId::kLfeLevel), nullptr);
+    EXPECT_EQ(table.lfeLevel().id, ParamId::kLfeLevel);
+    const Plx::ParamInfoRecord* solo = table.find(79);
+    ASSERT_NE(solo, nullptr);
+    EXPECT_STREQ(solo->name, "inputSoloRcs");
+    EXPECT_STREQ(solo->title, "Right Center Surround Input Channel Solo");
+    EXPECT_EQ(solo->flags, 0x20000u);
+    EXPECT_EQ(solo->extra, 2);
+    EXPECT_STREQ(table.find(84)->name, "inputSoloLfe2");
+    EXPECT_STREQ(table.find(278)->title, "Solo All Input Side Channels");
+    EXPECT_STREQ(table.find(137)->title, "Show Different Parts of MixMorpher Extensions");
+    EXPECT_NEAR(kLevelScale.toLinear(table.find(ParamId::kCenterLvl)->defaultNormalized), 0.70710677, 1e-6);
+    EXPECT_NEAR(kLevelScale.toLinear(table.find(ParamId::kTopLvl)->defaultNormalized), 0.5, 1e-6);
+    EXPECT_EQ(table.find(ParamId::kGlobalLvl)->defaultNormalized, 0.75);
+
+    // Plain values: decibels for the levels, ranges for the rest.
+    EXPECT_NEAR(table.toPlain(ParamId::kCenterLvl, 0.75), 0.0, 1e-5);
+    EXPECT_NEAR(table.toPlain(ParamId::kLfeLevel, 0.5), 0.0, 1e-5);
+    EXPECT_NEAR(table.toPlain(ParamId::kGlobalLvl, 1.0), 20.0 * std::log10(2.0), 1e-5);
+    EXPECT_EQ(table.toPlain(ParamId::kSideLvl, 0.0), -180.0);
+    EXPECT_EQ(table.toNormalized(ParamId::kSideLvl, -200.0), 0.0);
+    EXPECT_NEAR(table.toNormalized(ParamId::kTopLvl, table.toPlain(ParamId::kTopLvl, 0.4)), 0.4, 1e-6);
+    EXPECT_EQ(table.toPlain(ParamId::kActiveParts, 1.0), 3.0);
+    EXPECT_EQ(table.toNormalized(ParamId::kActiveParts, 5.0), 1.0);
+    EXPECT_EQ(table.toNormalized(ParamId::kActiveParts, -1.0), 0.0);
+    EXPECT_EQ(table.toPlain(999, 0.3), 0.3);
+    EXPECT_EQ(table.toNormalized(999, 7.0), 7.0);
+}

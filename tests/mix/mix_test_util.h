@@ -1,0 +1,31 @@
+// Helpers for the mix model tests: a converter model as the processor sets it up.
+#pragma once
+
+#include <memory>
+
+#include "mix/mixer_model.h"
+
+namespace Tannhofen::Mix::Test {
+
+constexpr float kTol = 2e-6f;
+
+// A processor-side model (with a gain set) for `in` to `out`, with its levels
+// reset to their defaults in the processor's order.
+inline std::unique_ptr<MMixerModel> makeModel(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out)
+{
+    auto model = std::make_unique<MMixerModel>();
+    model->createGainSet();
+    model->setArrangements(in, out);
+    for (int32_t id : {ParamId::kLfeLevel, ParamId::kCenterLvl, ParamId::kSurroundLvl, ParamId::kTopLvl,
+                       ParamId::kBottomLvl, ParamId::kSideLvl})
+        model->setParamValue(id, model->getDefault(id));
+    return model;
+}
+
+// Gain from bus input channel `in` to bus output channel `out`.
+inline float gain(const MMixerModel& model, int32_t in, int32_t out, int32_t which = MixGainSet::kNormal)
+{
+    return model.getGainSet()->matrix[which].at(in, out);
+}
+
+} // namespace Tannhofen::Mix::Test

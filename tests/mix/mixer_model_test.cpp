@@ -1,0 +1,274 @@
+// Gain matrices of real conversions, worked out by hand from the nested
+// constant-power law: a point between two neighbours gives the weaker one
+// (1 - f) * sqrt(1/2) and the stronger one the power complement.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <utility>
+
+#include "mix/log_scale.h"
+#include "mix_test_util.h"
+
+using namespace Tannhofen;
+using namespace Tannhofen::Mix;
+using namespace Tannhofen::Mix::Test;
+
+namespace {
+
+constexpr float h = 0.70710677f; // sqrt(1/2)
+
+// Expects the matrix to hold exactly `expected` (input, output) -> gain, and 0
+// everywhere else among the first `rows` x `cols`.
+void expectMatrix(const MMixerModel& model, const std::map<std::pair<int, int>, float>& expected,
+                  int which = MixGainSet::kNormal, float tol = kTol)
+{
+    const MixMatrix& m = model.getGainSet()->matrix[which];
+    for (int i = 0; i < m.rows; ++i) {
+        for (int o = 0; o < m.cols; ++o) {
+            auto it = expected.find({i, o});
+            const float want = it == expected.end() ? 0.0f : it->second;
+            EXPECT_NEAR(m.at(i, o), want, tol) << "in " << i << " out " << o;
+        }
+    }
+}
+
+} // namespace
+
+TEST(MixConvert, FiveOneToStereoAndBack)
+{
+    // 5.1 bus: L R C LFE Ls Rs.
+    auto down = makeModel(0x3F, 0x3);
+    // The centre keeps its power at -3 dB per side; the surrounds fold in at the
+    // surround level of a fold (0.5); the LFE spreads at sqrt(1 / 2).
+    expectMatrix(*down, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 0}, h}, {{2, 1}, h}, {{3, 0}, h}, {{3, 1}, h},
+                         {{4, 0}, 0.5f}, {{5, 1}, 0.5f}});
+    EXPECT_NEAR(down->getCenterLevel(), h, kTol);
+    EXPECT_NEAR(down->getSurroundLevel(), 0.5f, kTol);
+
+    auto up = makeModel(0x3, 0x3F);
+    expectMatrix(*up, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}});
+    EXPECT_EQ(up->getDefault(ParamId::kLfeLevel), 0.0);
+
+    auto mono = makeModel(0x80000, 0x3F);
+    expectMatrix(*mono, {{{0, 2}, 1.0f}});
+}
+
+TEST(MixConvert, FiveOneToMono)
+{
+    // One output speaker takes each input zone at equal power: sqrt(1/3) for the
+    // three fronts; the surrounds come in at the fold's surround level.
+    auto model = makeModel(0x3F, 0x80000);
+    const float third = std::sqrt(1.0f / 3.0f);
+    expectMatrix(*model, {{{0, 0}, third}, {{1, 0}, third}, {{2, 0}, third}, {{3, 0}, 1.0f},
+                          {{4, 0}, 0.5f * third}, {{5, 0}, 0.5f * third}});
+}
+
+TEST(MixConvert, SevenOneToFiveOne)
+{
+    // 7.1 Music bus: L R C LFE Ls Rs Sl Sr. The sides sit halfway between front
+    // and rear.
+    auto model = makeModel(0x63F, 0x3F);
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}, {{4, 4}, 1.0f},
+                          {{5, 5}, 1.0f}, {{6, 0}, h}, {{6, 4}, h}, {{7, 1}, h}, {{7, 5}, h}});
+
+    // Direct routing: same bits to same bits, the sides dropped; a pure routing.
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}, {{4, 4}, 1.0f},
+                          {{5, 5}, 1.0f}},
+                 MixGainSet::kDirect);
+    const MixGainSet& set = *model->getGainSet();
+    EXPECT_TRUE(set.simple[MixGainSet::kDirect]);
+    EXPECT_EQ(set.routing[MixGainSet::kDirect], (std::vector<int32_t>{0, 1, 2, 3, 4, 5}));
+    EXPECT_FALSE(set.simple[MixGainSet::kNormal]);
+}
+
+TEST(MixConvert, SevenOneFourToFiveOneAndStereo)
+{
+    // 7.1.4 bus: L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr.
+    const float top = std::sqrt(h); // the top level without output tops
+    auto five = makeModel(0x2D63F, 0x3F);
+    EXPECT_NEAR(five->getTopLevel(), top, kTol);
+    // Tops come down to the surrounds at the top level.
+    expectMatrix(*five, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}, {{4, 4}, 1.0f},
+                         {{5, 5}, 1.0f}, {{6, 0}, h}, {{6, 4}, h}, {{7, 1}, h}, {{7, 5}, h}, {{8, 4}, top},
+                         {{9, 5}, top}, {{10, 4}, top}, {{11, 5}, top}});
+
+    // To stereo: sides at side level times surround level (0.5 * 0.5), rears at
+    // the fold's 0.5, tops at top * side * surround level.
+    auto two = makeModel(0x2D63F, 0x3);
+    const float t = top * 0.5f * 0.5f;
+    expectMatrix(*two, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 0}, h}, {{2, 1}, h}, {{3, 0}, h}, {{3, 1}, h},
+                        {{4, 0}, 0.5f}, {{5, 1}, 0.5f}, {{6, 0}, 0.25f}, {{7, 1}, 0.25f}, {{8, 0}, t}, {{9, 1}, t},
+                        {{10, 0}, t}, {{11, 1}, t}});
+}
+
+TEST(MixConvert, TwentyTwoTwoToSevenOneFour)
+{
+    // 22.2 bus: L0 R1 C2 LFE3 Ls4 Rs5 Lc6 Rc7 Cs8 Sl9 Sr10 Tc11 Tfl12 Tfc13 Tfr14 Trl15
+    // Trc16 Trr17 LFE2 18 Tsl19 Tsr20 Bfl21 Bfc22 Bfr23.
+    // 7.1.4 bus: L0 R1 C2 LFE3 Ls4 Rs5 Sl6 Sr7 Tfl8 Tfr9 Trl10 Trr11.
+    // Three input layers stand at z 0, 0.5, 1 over the output's two: the bottom
+    // lands at ear level, the ear layer halfway between ear and top.
+    auto model = makeModel(0x7307FFFF, 0x2D63F);
+    // Lc at x 0.25 between the two top fronts: f = -0.5, the far one gets
+    // 0.5 * sqrt(1/2), the near one the complement.
+    const float lcNear = std::sqrt(1.0f - 0.125f);
+    const std::map<std::pair<int, int>, float> expected = {
+        {{21, 0}, 1.0f}, {{22, 2}, 1.0f}, {{23, 1}, 1.0f},                        // bottom
+        {{0, 0}, h},     {{0, 8}, h},     {{1, 1}, h},     {{1, 9}, h},           // L, R
+        {{2, 2}, h},     {{2, 8}, 0.5f},  {{2, 9}, 0.5f},                         // C
+        {{6, 0}, 0.5f},  {{6, 2}, 0.5f},  {{6, 8}, h * lcNear}, {{6, 9}, 0.25f},  // Lc
+        {{7, 2}, 0.5f},  {{7, 1}, 0.5f},  {{7, 9}, h * lcNear}, {{7, 8}, 0.25f},  // Rc
+        {{9, 6}, h},     {{9, 8}, 0.5f},  {{9, 10}, 0.5f},                        // Sl
+        {{10, 7}, h},    {{10, 9}, 0.5f}, {{10, 11}, 0.5f},                       // Sr
+        {{4, 4}, h},     {{4, 10}, h},    {{5, 5}, h},     {{5, 11}, h},          // Ls, Rs
+        {{8, 4}, 0.5f},  {{8, 5}, 0.5f},  {{8, 10}, 0.5f}, {{8, 11}, 0.5f},      // Cs
+        {{12, 8}, 1.0f}, {{14, 9}, 1.0f}, {{15, 10}, 1.0f}, {{17, 11}, 1.0f},     // top corners
+        {{13, 8}, h},    {{13, 9}, h},    {{16, 10}, h},   {{16, 11}, h},         // Tfc, Trc
+        {{19, 8}, h},    {{19, 10}, h},   {{20, 9}, h},    {{20, 11}, h},         // Tsl, Tsr
+        {{11, 8}, 0.5f}, {{11, 9}, 0.5f}, {{11, 10}, 0.5f}, {{11, 11}, 0.5f},     // Tc
+        {{3, 3}, 1.0f},                                                          // LFE; LFE2 dropped
+    };
+    expectMatrix(*model, expected);
+}
+
+TEST(MixConvert, FiveZeroFourToSevenOneFour)
+{
+    // 5.0.4 bus: L R C Ls Rs Tfl Tfr Trl Trr. With sides in the output and none
+    // in the input, the rears move to y = 0.75, between sides and rears.
+    auto model = makeModel(0x2D037, 0x2D63F);
+    // Top rear at y 0.75 over the top's front and rear zones: f = 0.5.
+    const float weak = 0.5f * h;
+    const float strong = std::sqrt(1.0f - weak * weak);
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 6}, h}, {{3, 4}, h}, {{4, 7}, h},
+                          {{4, 5}, h}, {{5, 8}, 1.0f}, {{6, 9}, 1.0f}, {{7, 8}, weak}, {{7, 10}, strong},
+                          {{8, 9}, weak}, {{8, 11}, strong}});
+
+    // Direct routing maps bit to bit, but output 5 would read input 4 after
+    // output 4 has replaced it in place, so it is no pure routing.
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 4}, 1.0f}, {{4, 5}, 1.0f},
+                          {{5, 8}, 1.0f}, {{6, 9}, 1.0f}, {{7, 10}, 1.0f}, {{8, 11}, 1.0f}},
+                 MixGainSet::kDirect);
+    EXPECT_FALSE(model->getGainSet()->simple[MixGainSet::kDirect]);
+}
+
+TEST(MixConvert, FirstOrderAmbisonicMasks)
+{
+    // Ambisonic channels are four speakers of one front zone, but have no place
+    // of their own in the channel map: all four land on the first position.
+    auto model = makeModel(0xF00000, 0xF00000);
+    EXPECT_EQ(model->getInGrid().count(1, 0), 4u);
+    EXPECT_EQ(model->getGainSet()->inMap, (std::vector<int32_t>{3, 1, 2, 3}));
+    expectMatrix(*model, {{{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}});
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}}, MixGainSet::kDirect);
+    EXPECT_TRUE(model->getGainSet()->simple[MixGainSet::kDirect]);
+
+    // Stereo into the four: L and R stand at the ends of the zone.
+    auto up = makeModel(0x3, 0xF00000);
+    expectMatrix(*up, {{{1, 3}, 1.0f}});
+}
+
+TEST(MixConvert, SoloSoloToCenterAndSurroundToFront)
+{
+    auto model = makeModel(0x3F, 0x3F);
+    model->setParamValue(ParamId::kInputSoloFirst + 0, 1.0); // L
+    EXPECT_TRUE(model->isInSoloActive());
+    expectMatrix(*model, {{{0, 0}, 1.0f}});
+    model->setParamValue(ParamId::kInputSoloFirst + 0, 0.0);
+    EXPECT_FALSE(model->isInSoloActive());
+    expectMatrix(*model, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}, {{4, 4}, 1.0f},
+                          {{5, 5}, 1.0f}});
+
+    // Solo to centre: the soloed Ls and the soloed LFE both play from C.
+    model->setParamValue(ParamId::kSoloToCenter, 1.0);
+    model->setParamValue(ParamId::kInputSoloFirst + 3, 1.0);  // Ls
+    model->setParamValue(ParamId::kInputSoloFirst + 24, 1.0); // LFE
+    expectMatrix(*model, {{{4, 2}, 1.0f}, {{3, 2}, 1.0f}});
+    model->setParamValue(ParamId::kInputSoloFirst + 3, 0.0);
+    model->setParamValue(ParamId::kInputSoloFirst + 24, 0.0);
+
+    // Surround to front replaces the fronts by the surrounds, and drops the LFE.
+    model->setParamValue(ParamId::kSurroundToFront, 1.0);
+    EXPECT_FALSE(model->getSoloToCenter());
+    expectMatrix(*model, {{{4, 0}, 1.0f}, {{5, 1}, 1.0f}});
+    model->setParamValue(ParamId::kSoloToCenter, 1.0);
+    EXPECT_FALSE(model->getSurroundToFront());
+
+    // Output solo keeps only the soloed output's column; the LFE input follows.
+    auto down = makeModel(0x3F, 0x3);
+    down->setParamValue(ParamId::kOutputSoloFirst + 0, 1.0);
+    EXPECT_EQ(down->getParamValue(ParamId::kOutputSoloFirst + 0), 1.0);
+    expectMatrix(*down, {{{0, 0}, 1.0f}, {{2, 0}, h}, {{3, 0}, h}, {{4, 0}, 0.5f}});
+
+    // A speaker that the input lacks sets its solo flag only.
+    auto stereo = makeModel(0x3, 0x3);
+    stereo->setParamValue(ParamId::kInputSoloFirst + 3, 1.0); // Ls
+    EXPECT_FALSE(stereo->isInSoloActive());
+    expectMatrix(*stereo, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}});
+    // A mono input answers to the centre's solo only.
+    auto mono = makeModel(0x80000, 0x3);
+    mono->setParamValue(ParamId::kInputSoloFirst + 0, 1.0); // L
+    EXPECT_FALSE(mono->isInSoloActive());
+    mono->setParamValue(ParamId::kInputSoloFirst + 2, 1.0); // C
+    EXPECT_TRUE(mono->isInSoloActive());
+    expectMatrix(*mono, {{{0, 0}, h}, {{0, 1}, h}});
+}
+
+TEST(MixConvert, LfeRowsForEveryLfeCombination)
+{
+    struct Case {
+        Plx::SpeakerArrangement in, out;
+        std::map<std::pair<int, int>, float> lfe; // expected LFE rows and columns
+    };
+    const float q = h * 0.5f;
+    const Case cases[] = {
+        // none in, one out: each main input at g / numIn.
+        {0x3, 0x3F, {{{0, 3}, 0.5f}, {{1, 3}, 0.5f}}},
+        // one in, one out.
+        {0x3F, 0x3F, {{{3, 3}, 1.0f}}},
+        // none in, two out (22.2: LFE at 3, LFE2 at 18): sqrt(1/2) * g / numIn each.
+        {0x3, 0x7307FFFF, {{{0, 3}, q}, {{0, 18}, q}, {{1, 3}, q}, {{1, 18}, q}}},
+        // one in, two out.
+        {0x3F, 0x7307FFFF, {{{3, 3}, h}, {{3, 18}, h}}},
+        // two in, two out: the diagonal.
+        {0x7307FFFF, 0x7307FFFF, {{{3, 3}, 1.0f}, {{18, 18}, 1.0f}}},
+        // one in, none out: to every main output.
+        {0x3F, 0x37, {{{3, 0}, 1.0f}, {{3, 1}, 1.0f}, {{3, 2}, 1.0f}, {{3, 3}, 1.0f}, {{3, 4}, 1.0f}}},
+        // two in, one out: LFE2 is dropped; two in, none out: both are.
+        {0x7307FFFF, 0x3F, {{{3, 3}, 1.0f}}},
+        {0x7307FFFF, 0x2D637, {}},
+        {0x3, 0x3, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.in << " -> " << c.out);
+        auto model = makeModel(c.in, c.out);
+        model->setParamValue(ParamId::kLfeLevel, 0.5); // 0 dB
+        const MixMatrix& m = model->getGainSet()->matrix[0];
+        auto isLfe = [](Plx::SpeakerArrangement arr, int ch) {
+            int n = 0;
+            for (int b = 0; b < 64; ++b)
+                if (arr & (1ull << b)) {
+                    if (n == ch)
+                        return ((1ull << b) & (Plx::Speaker::LFE | Plx::Speaker::LFE2)) != 0;
+                    ++n;
+                }
+            return false;
+        };
+        for (int i = 0; i < m.rows; ++i)
+            for (int o = 0; o < m.cols; ++o) {
+                if (!isLfe(c.in, i) && !isLfe(c.out, o))
+                    continue;
+                auto it = c.lfe.find({i, o});
+                EXPECT_NEAR(m.at(i, o), it == c.lfe.end() ? 0.0f : it->second, kTol) << i << " -> " << o;
+            }
+        // The global level scales the LFE too.
+        model->setParamValue(ParamId::kGlobalLvl, Mix::kLevelScale.toNormalized(0.5));
+        for (const auto& [io, v] : c.lfe)
+            EXPECT_NEAR(m.at(io.first, io.second), 0.5f * v, kTol);
+    }
+
+    // Direct routing passes the LFE as a bit like any other.
+    auto model = makeModel(0x3F, 0x7307FFFF);
+    EXPECT_EQ(gain(*model, 3, 3, MixGainSet::kDirect), 1.0f);
+    EXPECT_EQ(gain(*model, 3, 18, MixGainSet::kDirect), 0.0f);
+}
