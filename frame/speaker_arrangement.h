@@ -52,21 +52,6 @@ inline constexpr SpeakerArrangement Brr = 1ull << 37;
 inline constexpr SpeakerArrangement Ambi4 = 1ull << 38; // ambisonic channels 4 to 15: bits 38 to 49
 } // namespace Speaker
 
-// Common arrangements.
-namespace Arr {
-inline constexpr SpeakerArrangement Mono = 0x80000;
-inline constexpr SpeakerArrangement Stereo = 0x3;
-inline constexpr SpeakerArrangement k50 = 0x37;
-inline constexpr SpeakerArrangement k51 = 0x3F;
-inline constexpr SpeakerArrangement k71Music = 0x63F;
-inline constexpr SpeakerArrangement k504 = 0x2D037;
-inline constexpr SpeakerArrangement k714 = 0x2D63F;
-inline constexpr SpeakerArrangement k222 = 0x7307FFFF;
-inline constexpr SpeakerArrangement Ambi1 = 0xF00000;
-inline constexpr SpeakerArrangement Ambi2 = 0x7C000F00000;
-inline constexpr SpeakerArrangement Ambi3 = 0x3FFC000F00000;
-} // namespace Arr
-
 // The speaker index: a dense numbering of the 26 positions used by the solo and
 // speaker tables (L R C Ls Rs Lc Rc Cs Sl Sr Tc Tfl Tfc Tfr Trl Trc Trr Tsl Tsr
 // Lcs Rcs Bfl Bfc Bfr LFE LFE2).

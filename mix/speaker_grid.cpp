@@ -35,7 +35,8 @@ constexpr Cell kCells[] = {
     {0, 2, {Spk::Brl, Spk::Brc, Spk::Brr}},
 };
 
-constexpr SpeakerArrangement kAmbisonicBits = 0xF00000ull | 0x3FFC000000000ull;
+// Ambisonic channels 0 to 3 and 4 to 15.
+constexpr SpeakerArrangement kAmbisonicBits = (Spk::Ambi0 * 0xF) | (Spk::Ambi4 * 0xFFF);
 
 } // namespace
 
