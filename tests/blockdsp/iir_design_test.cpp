@@ -114,7 +114,6 @@ TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype)
             // Magnitude: unity at DC, -3.01 dB at the cut-off, and the closed form between.
             EXPECT_NEAR(std::abs(response(s, 0.0)), 1.0, 1e-4);
             EXPECT_NEAR(std::abs(response(s, pi * wn)), std::sqrt(0.5), 1e-4);
-            EXPECT_NEAR(20 * std::log10(std::abs(response(s, pi * wn))), -3.0103, 1e-3);
             for (double f : {0.3, 0.7, 0.9, 1.2, 1.5}) {
                 if (f * wn < 0.95) {
                     EXPECT_NEAR(std::abs(response(s, pi * wn * f)), referenceMagnitude(n, wn, pi * wn * f), 1e-4)
@@ -145,6 +144,25 @@ TYPED_TEST(IirDesignTest, OtherBandsFollowTheirClosedForms)
             EXPECT_NEAR(std::abs(response(bp, w)), bpRef, 1e-4) << w;
             EXPECT_NEAR(std::abs(response(bs, w)), bsRef, 1e-4) << w;
         }
+    }
+}
+
+// The polynomial form: the same filter as one ratio of polynomials in z^-1.
+TYPED_TEST(IirDesignTest, PolynomialFormGivesTheSameResponse)
+{
+    using T = TypeParam;
+    Filter::ButterworthFilterDesign<T> design;
+    design.setOrder(5);
+    design.outputForm = Filter::PolynomialForm;
+    ASSERT_EQ(design.init(), 0);
+    design.design(T(0.3));
+    for (double w : {0.0, 0.3 * pi, 0.5, 1.5}) {
+        Complex num = 0, den = 0;
+        for (int k = 0; k <= 5; ++k) {
+            num += double(design.numeratorPolynomial[k]) * std::polar(1.0, -w * k);
+            den += double(design.denominatorPolynomial[k]) * std::polar(1.0, -w * k);
+        }
+        EXPECT_NEAR(std::abs(double(design.gain) * num / den), referenceMagnitude(5, 0.3, w), 1e-4) << w;
     }
 }
 
@@ -230,14 +248,22 @@ TYPED_TEST(IirDesignTest, FilterMemoryResetAndCoefficientChanges)
         ASSERT_NEAR(a[i], d[i], 1e-5) << i; // the direct form of the same second-order filter
     }
 
-    // The delay line moves to another filter with the state it had.
+    // The delay line moves to another filter with the state it had, and a
+    // copy carries on with a state of its own.
     T delay[2];
     whole.getDelayLine(delay);
     fresh.setDelayLine(delay);
-    std::vector<T> c1(32), c2(32);
+    std::vector<T> c1(32), c2(32), c3(32);
+    {
+        const Filter::IIRBiQuadFilter<1, T> copy(whole);
+        Filter::IIRBiQuadFilter<1, T> assigned;
+        assigned = copy;
+        assigned.process(x.data(), c3.data(), 32);
+    }
     whole.process(x.data(), c1.data(), 32);
     fresh.process(x.data(), c2.data(), 32);
     EXPECT_EQ(c1, c2);
+    EXPECT_EQ(c1, c3);
 
     // After reset the output depends on the new input alone.
     std::vector<T> impulse(32, T(0)), r1(32), r2(32);

@@ -18,8 +18,10 @@ namespace Tannhofen::DSP::Tool::Filter {
 template <class T, int TapCount, int DelayCount, bool BiQuad> class IIRFilterCore : public BaseDynamicTool {
 public:
     IIRFilterCore();
-    IIRFilterCore(const IIRFilterCore&) = default;
-    IIRFilterCore& operator=(const IIRFilterCore&) = default;
+    // A copy has its own library state, built from the source's taps and its
+    // present delay line: containers of filters may grow after init.
+    IIRFilterCore(const IIRFilterCore& other);
+    IIRFilterCore& operator=(const IIRFilterCore& other);
     ~IIRFilterCore() override;
 
     // Zeroes the delay line, allocates workBuffer and builds `state` from
@@ -81,6 +83,31 @@ IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore()
         taps[0] = T(1);
         taps[TapCount / 2] = T(1);
     }
+}
+
+template <class T, int TapCount, int DelayCount, bool BiQuad>
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore(const IIRFilterCore& other) : IIRFilterCore()
+{
+    *this = other;
+}
+
+template <class T, int TapCount, int DelayCount, bool BiQuad>
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>&
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::operator=(const IIRFilterCore& other)
+{
+    if (this == &other)
+        return *this;
+    release();
+    maxBlockLength = other.maxBlockLength;
+    Vec::copy(other.taps, taps, TapCount);
+    Vec::copy(other.delayLine, delayLine, DelayCount);
+    if (other.workBuffer != nullptr && init() == 0) {
+        T memory[DelayCount];
+        other.getDelayLine(memory);
+        setDelayLine(memory);
+    }
+    initialised = other.initialised;
+    return *this;
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
