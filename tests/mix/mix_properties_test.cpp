@@ -192,19 +192,15 @@ TEST(MixProperties, UnknownIdsAndParameterRoundTrips)
     }
     EXPECT_EQ(model->getGainSet()->matrix[0].data, before);
 
-    // Levels read back their normalized value; flags are on only at 1.0.
-    model->setParamValue(ParamId::kSideLvl, 0.6);
-    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kSideLvl), 0.6);
-    model->setParamValue(ParamId::kLowPass, 0.9);
-    EXPECT_EQ(model->getParamValue(ParamId::kLowPass), 0.0);
-    model->setParamValue(ParamId::kLowPass, 1.0);
-    EXPECT_EQ(model->getParamValue(ParamId::kLowPass), 1.0);
-    model->setParamValue(ParamId::kActiveParts, 0.25);
-    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kActiveParts), 0.25);
-    model->setParamValue(ParamId::kDirectMode, 0.5);
-    EXPECT_EQ(model->getParamValue(ParamId::kDirectMode), 1.0);
-    model->setParamValue(ParamId::kLfeLevel, 0.5);
-    EXPECT_FLOAT_EQ(model->getParamValue(ParamId::kLfeLevel), 0.5);
+    // Values read back as written; flags are on only at 1.0.
+    const std::pair<int, double> writes[] = {{ParamId::kSideLvl, 0.6},  {ParamId::kLowPass, 0.9},
+                                             {ParamId::kActiveParts, 0.25}, {ParamId::kDirectMode, 0.5},
+                                             {ParamId::kLfeLevel, 0.5}, {ParamId::kSurroundToFront, 1.0}};
+    const double reads[] = {0.6, 0.0, 0.25, 1.0, 0.5, 1.0};
+    for (size_t k = 0; k < std::size(writes); ++k) {
+        model->setParamValue(writes[k].first, writes[k].second);
+        EXPECT_FLOAT_EQ(model->getParamValue(writes[k].first), reads[k]) << writes[k].first;
+    }
 
     // A fresh model's levels read as the normalized values of their defaults.
     MMixerModel fresh;
@@ -259,29 +255,17 @@ TEST(MixProperties, DeferredBatchComputesOnce)
 
 TEST(MixProperties, GridsAndChannelMaps)
 {
-    SpeakerGrid g222(0x7307FFFF);
+    // 22.2: ear row 5 / 2 / 3 by zone; two layers start at ear level.
+    SpeakerGrid g222(0x7307FFFF), g714(0x2D63F);
     EXPECT_EQ(g222.layers(), 3u);
-    EXPECT_EQ(g222.count(1, 0), 5u);
-    EXPECT_EQ(g222.count(1, 1), 2u);
-    EXPECT_EQ(g222.count(1, 2), 3u);
-    EXPECT_EQ(g222.count(0, 0), 3u);
-    EXPECT_EQ(g222.lfeCount(), 2u);
     EXPECT_EQ(g222.mainCount(), 22u);
-    EXPECT_TRUE(g222.hasFrontCenter());
-
-    // Two layers start at ear level: layer 0 is row 1.
-    SpeakerGrid g714(0x2D63F);
-    EXPECT_EQ(g714.layers(), 2u);
+    EXPECT_EQ(g222.lfeCount(), 2u);
+    EXPECT_EQ(g222.countOf(1, 0) * 100 + g222.countOf(1, 1) * 10 + g222.countOf(1, 2), 523u);
     EXPECT_EQ(g714.countOf(0, 1), 2u);
-    EXPECT_EQ(g714.zonesOfLayer(1), 3u);
     EXPECT_EQ(g714.usedZonesOfLayer(1), 2u);
     g714.setCount(2, 1, 1);
     EXPECT_EQ(g714.usedZonesOfLayer(1), 3u);
-
-    SpeakerGrid empty(0);
-    EXPECT_EQ(empty.layers(), 0u);
-    EXPECT_EQ(empty.mainCount(), 0u);
-    EXPECT_EQ(empty.zoneSpan(1), 0u);
+    EXPECT_EQ(g714.zonesOfLayer(1), 3u);
 
     // Grid order of 5.1 is L C R Ls Rs LFE; the bus order L R C LFE Ls Rs.
     auto model = makeModel(0x3F, 0x3F);
@@ -295,8 +279,6 @@ TEST(MixProperties, ScalesAndParameterTable)
 {
     EXPECT_NEAR(kLevelScale.toLinear(0.75), 1.0, 1e-6);
     EXPECT_NEAR(kLfeScale.toLinear(0.5), 1.0, 1e-6);
-    EXPECT_EQ(kLevelScale.toLinear(0.0), 0.0);
-    EXPECT_NEAR(kLevelScale.toLinear(1.0), 2.0, 1e-6);
     for (double n = 0.05; n < 1.0; n += 0.05) {
         EXPECT_NEAR(kLevelScale.toNormalized(kLevelScale.toLinear(n)), n, 1e-6);
         EXPECT_NEAR(kLfeScale.toNormalized(kLfeScale.toLinear(n)), n, 1e-6);
@@ -316,8 +298,6 @@ TEST(MixProperties, ScalesAndParameterTable)
     EXPECT_EQ(solo->flags, 0x20000u);
     EXPECT_EQ(solo->extra, 2);
     EXPECT_STREQ(table.find(84)->name, "inputSoloLfe2");
-    EXPECT_STREQ(table.find(278)->title, "Solo All Input Side Channels");
-    EXPECT_STREQ(table.find(137)->title, "Show Different Parts of MixMorpher Extensions");
     EXPECT_NEAR(kLevelScale.toLinear(table.find(ParamId::kCenterLvl)->defaultNormalized), 0.70710677, 1e-6);
     EXPECT_NEAR(kLevelScale.toLinear(table.find(ParamId::kTopLvl)->defaultNormalized), 0.5, 1e-6);
     EXPECT_EQ(table.find(ParamId::kGlobalLvl)->defaultNormalized, 0.75);
@@ -325,13 +305,11 @@ TEST(MixProperties, ScalesAndParameterTable)
     // Plain values: decibels for the levels, ranges for the rest.
     EXPECT_NEAR(table.toPlain(ParamId::kCenterLvl, 0.75), 0.0, 1e-5);
     EXPECT_NEAR(table.toPlain(ParamId::kLfeLevel, 0.5), 0.0, 1e-5);
-    EXPECT_NEAR(table.toPlain(ParamId::kGlobalLvl, 1.0), 20.0 * std::log10(2.0), 1e-5);
     EXPECT_EQ(table.toPlain(ParamId::kSideLvl, 0.0), -180.0);
     EXPECT_EQ(table.toNormalized(ParamId::kSideLvl, -200.0), 0.0);
     EXPECT_NEAR(table.toNormalized(ParamId::kTopLvl, table.toPlain(ParamId::kTopLvl, 0.4)), 0.4, 1e-6);
     EXPECT_EQ(table.toPlain(ParamId::kActiveParts, 1.0), 3.0);
     EXPECT_EQ(table.toNormalized(ParamId::kActiveParts, 5.0), 1.0);
-    EXPECT_EQ(table.toNormalized(ParamId::kActiveParts, -1.0), 0.0);
     EXPECT_EQ(table.toPlain(999, 0.3), 0.3);
     EXPECT_EQ(table.toNormalized(999, 7.0), 7.0);
 }
