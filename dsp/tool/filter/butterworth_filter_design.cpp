@@ -176,10 +176,10 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::zpkToStateSpace()
 {
     const uint32_t n = poleCount;
     stateSize = n;
-    a.rows = a.columns = n;
-    b.rows = n, b.columns = 1;
-    c.rows = 1, c.columns = n;
-    d.rows = d.columns = 1;
+    shape(a, n, n);
+    shape(b, n, 1);
+    shape(c, 1, n);
+    shape(d, 1, 1);
     std::fill(a.data, a.data + n * n, T(0));
     std::fill(b.data, b.data + n, T(0));
     std::fill(c.data, c.data + n, T(0));
@@ -271,9 +271,9 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn
     if (stop)
         d.data[0] -= cInvB;
     stateSize = n2;
-    a.rows = a.columns = n2;
-    b.rows = n2;
-    c.columns = n2;
+    shape(a, n2, n2);
+    shape(b, n2, 1);
+    shape(c, 1, n2);
 }
 
 // Bilinear transform at a sampling frequency of 2 (s = 4 (z - 1) / (z + 1)):
