@@ -100,6 +100,17 @@ Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const 
 Status iirGetStateSize(int order, int& bytes);
 template <class T>
 Status iirInit(IirState<T>** state, const T* taps, int order, const T* delayLine, uint8_t* buffer);
+// A null delay line starts the filter from silence; these take a plain nullptr.
+template <class T>
+Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, std::nullptr_t, uint8_t* buffer)
+{
+    return iirInitBiQuad(state, taps, numSections, static_cast<const T*>(nullptr), buffer);
+}
+template <class T>
+Status iirInit(IirState<T>** state, const T* taps, int order, std::nullptr_t, uint8_t* buffer)
+{
+    return iirInit(state, taps, order, static_cast<const T*>(nullptr), buffer);
+}
 // Filters len samples (in place allowed).
 template <class T> Status iir(const T* src, T* dst, int len, IirState<T>* state);
 template <class T> Status iirGetDelayLine(const IirState<T>* state, T* delayLine);

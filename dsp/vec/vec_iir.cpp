@@ -57,6 +57,50 @@ template <class T> void biquad(const T* src, T* dst, int len, const T* c, T* z)
     z[1] = z2;
 }
 
+// A cascade of S sections, sample by sample through all sections: the
+// recurrences of the sections overlap in the pipeline, which runs a cascade
+// well over twice as fast as section after section over the block.
+template <class T, int S> void cascade(const T* src, T* dst, int len, const T* taps, T* delay)
+{
+    T c[S][5], z[S][2];
+    for (int s = 0; s < S; ++s) {
+        for (int k = 0; k < 5; ++k)
+            c[s][k] = taps[5 * s + k];
+        z[s][0] = delay[2 * s];
+        z[s][1] = delay[2 * s + 1];
+    }
+    for (int i = 0; i < len; ++i) {
+        T v = src[i];
+        for (int s = 0; s < S; ++s) {
+            const T y = c[s][0] * v + z[s][0];
+            z[s][0] = c[s][1] * v - c[s][3] * y + z[s][1];
+            z[s][1] = c[s][2] * v - c[s][4] * y;
+            v = y;
+        }
+        dst[i] = v;
+    }
+    for (int s = 0; s < S; ++s) {
+        delay[2 * s] = z[s][0];
+        delay[2 * s + 1] = z[s][1];
+    }
+}
+
+// Runs sections [0, count) in groups of at most 4.
+template <class T> void cascadeAll(const T* src, T* dst, int len, const T* taps, T* delay, int count)
+{
+    for (int s = 0; s < count;) {
+        const T* in = s == 0 ? src : dst;
+        const int group = count - s >= 4 ? 4 : count - s;
+        switch (group) {
+        case 4: cascade<T, 4>(in, dst, len, taps + 5 * s, delay + 2 * s); break;
+        case 3: cascade<T, 3>(in, dst, len, taps + 5 * s, delay + 2 * s); break;
+        case 2: cascade<T, 2>(in, dst, len, taps + 5 * s, delay + 2 * s); break;
+        default: biquad(in, dst, len, taps + 5 * s, delay + 2 * s); break;
+        }
+        s += group;
+    }
+}
+
 // Direct form of order N: y = b0 x + d0; d[k] = d[k + 1] + b[k + 1] x - a[k + 1] y; d[N - 1] = bN x - aN y.
 template <class T> void directForm(const T* src, T* dst, int len, const T* b, const T* a, T* d, int order)
 {
@@ -154,9 +198,7 @@ template <class T> Status iir(const T* src, T* dst, int len, IirState<T>* state)
     if (len == 0)
         return StsNoErr;
     if (state->biquad) {
-        // Section by section over the whole block: each pass is one tight recurrence.
-        for (int s = 0; s < state->order; ++s)
-            biquad(s == 0 ? src : dst, dst, len, state->taps + 5 * s, state->delay + 2 * s);
+        cascadeAll(src, dst, len, state->taps, state->delay, state->order);
     } else if (state->order == 2) {
         biquad(src, dst, len, state->taps, state->delay); // b0 b1 b2 a1 a2, as one section
     } else {

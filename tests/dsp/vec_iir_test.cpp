@@ -71,7 +71,7 @@ TYPED_TEST(Iir, BiquadCascadeFollowsTheDifferenceEquationInAnyBlocks)
         std::vector<uint8_t> buffer(bytes + 3);
         Vec::IirState<T>* state = nullptr;
         // A buffer that starts off any alignment.
-        ASSERT_EQ(Vec::iirInitBiQuad<T>(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
+        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
         std::vector<T> y(x.size());
         for (std::size_t start = 0, block = 1; start < x.size(); start += block, block = block * 3 % 37 + 1) {
             const int len = int(std::min(block, x.size() - start));
@@ -81,7 +81,7 @@ TYPED_TEST(Iir, BiquadCascadeFollowsTheDifferenceEquationInAnyBlocks)
             ASSERT_NEAR(y[n], expected[n], tolerance<T>() * std::max(1.0, std::fabs(expected[n]))) << sections << " sections, sample " << n;
 
         // In place, from a fresh start, gives the same.
-        ASSERT_EQ(Vec::iirInitBiQuad<T>(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
+        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
         auto z = x;
         ASSERT_EQ(Vec::iir(z.data(), z.data(), int(z.size()), state), Vec::StsNoErr);
         for (std::size_t n = 0; n < x.size(); ++n)
@@ -106,7 +106,7 @@ TYPED_TEST(Iir, DirectFormFollowsTheDifferenceEquation)
         ASSERT_EQ(Vec::iirGetStateSize(order, bytes), Vec::StsNoErr);
         std::vector<uint8_t> buffer(bytes);
         Vec::IirState<T>* state = nullptr;
-        ASSERT_EQ(Vec::iirInit<T>(&state, taps.data(), order, nullptr, buffer.data()), Vec::StsNoErr);
+        ASSERT_EQ(Vec::iirInit(&state, taps.data(), order, nullptr, buffer.data()), Vec::StsNoErr);
         std::vector<T> y(x.size());
         ASSERT_EQ(Vec::iir(x.data(), y.data(), 200, state), Vec::StsNoErr);
         ASSERT_EQ(Vec::iir(x.data() + 200, y.data() + 200, 301, state), Vec::StsNoErr);
@@ -140,7 +140,7 @@ TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps)
     ASSERT_EQ(Vec::iirGetStateSizeBiQuad(2, bytes), Vec::StsNoErr);
     std::vector<uint8_t> one(bytes), two(bytes);
     Vec::IirState<T>*first = nullptr, *second = nullptr;
-    ASSERT_EQ(Vec::iirInitBiQuad<T>(&first, a.data(), 2, nullptr, one.data()), Vec::StsNoErr);
+    ASSERT_EQ(Vec::iirInitBiQuad(&first, a.data(), 2, nullptr, one.data()), Vec::StsNoErr);
     std::vector<T> y(x.size());
     ASSERT_EQ(Vec::iir(x.data(), y.data(), 150, first), Vec::StsNoErr);
 
@@ -148,7 +148,7 @@ TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps)
     // its memory over a change of coefficients.
     T delay[4];
     ASSERT_EQ(Vec::iirGetDelayLine(first, delay), Vec::StsNoErr);
-    ASSERT_EQ(Vec::iirInitBiQuad<T>(&second, b.data(), 2, delay, two.data()), Vec::StsNoErr);
+    ASSERT_EQ(Vec::iirInitBiQuad(&second, b.data(), 2, delay, two.data()), Vec::StsNoErr);
     ASSERT_EQ(Vec::iir(x.data() + 150, y.data() + 150, 250, second), Vec::StsNoErr);
 
     // Transposed direct form II written out, with the taps switched at sample 150.
@@ -193,11 +193,11 @@ TYPED_TEST(Iir, BadArgumentsAreRefused)
     std::vector<uint8_t> buffer(bytes);
     Vec::IirState<T>* state = nullptr;
     const T zeroA0[6] = {1, 0, 0, 0, 0, 0};
-    EXPECT_EQ(Vec::iirInitBiQuad<T>(&state, zeroA0, 1, nullptr, buffer.data()), Vec::StsDivByZeroErr);
+    EXPECT_EQ(Vec::iirInitBiQuad(&state, zeroA0, 1, nullptr, buffer.data()), Vec::StsDivByZeroErr);
     EXPECT_EQ(Vec::iirInitBiQuad<T>(&state, nullptr, 1, nullptr, buffer.data()), Vec::StsNullPtrErr);
     EXPECT_EQ(state, nullptr);
     const T pass[6] = {1, 0, 0, 1, 0, 0};
-    ASSERT_EQ(Vec::iirInitBiQuad<T>(&state, pass, 1, nullptr, buffer.data()), Vec::StsNoErr);
+    ASSERT_EQ(Vec::iirInitBiQuad(&state, pass, 1, nullptr, buffer.data()), Vec::StsNoErr);
     T x[2] = {3, 4};
     T* null = nullptr;
     EXPECT_EQ(Vec::iir<T>(null, x, 2, state), Vec::StsNullPtrErr);
