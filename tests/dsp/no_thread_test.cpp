@@ -3,13 +3,14 @@
 // audio thread must never start or wake one.
 #include "dsp/data/linear_algebra.h"
 #include "dsp/vec/vec.h"
+#include "host/lib/module.h"
 
 #include <gtest/gtest.h>
 
 #include <dirent.h>
-#include <dlfcn.h>
 
 #include <complex>
+#include <string>
 #include <vector>
 
 namespace DSP = Tannhofen::DSP;
@@ -35,16 +36,10 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
     const int before = threadCount();
     EXPECT_EQ(before, 1);
 
-    void* module = dlopen(PLX_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(module, nullptr) << dlerror();
-    using Entry = bool (*)();
-    using Factory = void* (*)();
-    auto initDll = reinterpret_cast<Entry>(dlsym(module, "InitDll"));
-    auto exitDll = reinterpret_cast<Entry>(dlsym(module, "ExitDll"));
-    auto getFactory = reinterpret_cast<Factory>(dlsym(module, "GetPluginFactory"));
-    ASSERT_TRUE(initDll && exitDll && getFactory);
-    EXPECT_TRUE(initDll());
-    getFactory();
+    // Loaded the way a host loads it: InitDll, then GetPluginFactory.
+    std::string error;
+    auto module = Tannhofen::Host::Module::load(PLX_MODULE_PATH, &error);
+    ASSERT_NE(module, nullptr) << error;
 
     // Real and complex products large enough for a threaded BLAS to split them.
     DSP::Data::SmallMatrix<float> a(64, 64), b(64, 512), c(64, 512);
@@ -71,8 +66,7 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
     DSP::Vec::fftFree(plan);
 
     EXPECT_EQ(threadCount(), before);
-    EXPECT_TRUE(exitDll());
-    dlclose(module);
+    module.reset(); // releases the factory, calls ExitDll, unloads
     EXPECT_EQ(threadCount(), before);
 }
 
