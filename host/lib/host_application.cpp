@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "frame/text.h"
 #include "host/lib/attributes.h"
 #include "host/lib/message.h"
 
@@ -36,7 +35,11 @@ tresult HostApplication::getName(char16_t* out)
 {
     if (!out)
         return kInvalidArgument;
-    copyBounded16(out, 128, name.c_str());
+    // A bounded copy that zero-fills the field; the host library links no
+    // module code, so it does not borrow the frame's text helpers.
+    const size_t n = std::min<size_t>(name.size(), 127);
+    std::copy_n(name.begin(), n, out);
+    std::fill(out + n, out + 128, u'\0');
     return kResultOk;
 }
 

@@ -26,7 +26,7 @@ IPtr<I> query(FUnknown* unknown)
 } // namespace
 
 std::unique_ptr<Plugin> Plugin::create(IPlxFactory* factory, const FUID& processorClass, HostApplication* host,
-                                       std::string* error)
+                                       std::string* error, MessageObserver observer)
 {
     auto fail = [&](const char* why) {
         if (error)
@@ -63,8 +63,18 @@ std::unique_ptr<Plugin> Plugin::create(IPlxFactory* factory, const FUID& process
     plugin->processorPoint = query<IConnectionPoint>(plugin->componentPtr.get());
     plugin->controllerPoint = query<IConnectionPoint>(plugin->controllerPtr.get());
     if (plugin->processorPoint && plugin->controllerPoint) {
-        plugin->processorPoint->connect(plugin->controllerPoint.get());
-        plugin->controllerPoint->connect(plugin->processorPoint.get());
+        plugin->processorPeer = plugin->controllerPoint;
+        plugin->controllerPeer = plugin->processorPoint;
+        if (observer) {
+            auto tap = [&observer](IConnectionPoint* target, bool toController) {
+                return IPtr<IConnectionPoint>::adopt(ConnectionTap::create(
+                    target, [observer, toController](IMessage* message) { observer(message, toController); }));
+            };
+            plugin->processorPeer = tap(plugin->controllerPoint.get(), true);
+            plugin->controllerPeer = tap(plugin->processorPoint.get(), false);
+        }
+        plugin->processorPoint->connect(plugin->processorPeer.get());
+        plugin->controllerPoint->connect(plugin->controllerPeer.get());
         plugin->connected = true;
     }
     plugin->syncControllerState();
@@ -74,8 +84,8 @@ std::unique_ptr<Plugin> Plugin::create(IPlxFactory* factory, const FUID& process
 Plugin::~Plugin()
 {
     if (connected) {
-        processorPoint->disconnect(controllerPoint.get());
-        controllerPoint->disconnect(processorPoint.get());
+        processorPoint->disconnect(processorPeer.get());
+        controllerPoint->disconnect(controllerPeer.get());
     }
     if (controllerPtr) {
         controllerPtr->setComponentHandler(nullptr);

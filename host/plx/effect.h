@@ -1,0 +1,153 @@
+// The module and its effects as plx drives them: the module file loaded
+// through its three exports, and one effect instance (processor and
+// controller) taken through the steps of a host: state, bus arrangements,
+// parameters, setup, processing in blocks, idle, and back down.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame/iaudioprocessor.h"
+#include "frame/ieditcontroller.h"
+#include "host/lib/host_application.h"
+#include "host/lib/module.h"
+#include "host/lib/parameter_changes.h"
+#include "host/lib/plugin.h"
+#include "host/plx/layout.h"
+
+namespace Tannhofen::Host::Cli {
+
+// The module file that plx uses unless --module names another: the one built
+// beside the plx executable.
+std::string defaultModulePath();
+
+struct EffectClass {
+    std::string name;  // the class name, e.g. "MixMorph V6"
+    std::string subCategories;
+    Plx::FUID cid;
+};
+
+class ModuleSession {
+public:
+    // UserError when the file is missing, isn't a module or lacks an export.
+    explicit ModuleSession(const std::string& path);
+
+    const Module& module() const { return *loaded; }
+    HostApplication* host() const { return hostApp.get(); }
+    // Every class the factory lists, in its order.
+    std::vector<Plx::ClassInfo2> classes() const { return loaded->classes(); }
+    // The audio processors, which plx calls effects.
+    std::vector<EffectClass> effects() const;
+    // By class name, or by one word of it ("MixMorph"), case ignored.
+    EffectClass findEffect(const std::string& name) const;
+
+private:
+    std::unique_ptr<Module> loaded;
+    Plx::IPtr<HostApplication> hostApp;
+};
+
+class Effect {
+public:
+    struct Param {
+        Plx::ParameterInfo info;
+        std::string title;
+        std::string shortTitle;
+        std::string units;
+    };
+
+    // UserError when the factory can't create the effect.
+    Effect(ModuleSession& session, const EffectClass& effectClass);
+    ~Effect();
+    Effect(const Effect&) = delete;
+    Effect& operator=(const Effect&) = delete;
+
+    const std::string& name() const { return effectClass.name; }
+    Plx::IAudioProcessor* processor() const { return plugin->processor(); }
+    Plx::IPlxEditController* controller() const { return plugin->controller(); }
+
+    // The parameters that the controller publishes to the host.
+    const std::vector<Param>& params() const { return parameters; }
+    // By id, title or short title (case, spaces and punctuation ignored);
+    // UserError for an unknown name.
+    const Param& findParam(const std::string& name) const;
+    // A value for `param` as the user writes it: in the units that its text
+    // shows ("-3", "-3dB", "On", "5.1"), or normalized with a trailing "n"
+    // ("0.25n"). Answers the normalized value; UserError when out of range.
+    double parseValue(const Param& param, const std::string& text) const;
+    // The text of a normalized value, as the controller shows it.
+    std::string valueText(const Param& param, double normalized) const;
+    // The plain range as text, e.g. "-180.00 .. 6.02 dB" or "Off | On".
+    std::string rangeText(const Param& param) const;
+
+    // Saved state: processor and controller, with the class ID, in plx's own
+    // container. loadState throws UserError for a file of another effect.
+    std::vector<uint8_t> saveState() const;
+    void loadState(const std::vector<uint8_t>& bytes);
+
+    // Asks for the bus arrangements; answers whether the effect took them.
+    // Either way the arrangements in effect are read back.
+    bool setArrangements(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out);
+    Plx::SpeakerArrangement inputArrangement() const;
+    Plx::SpeakerArrangement outputArrangement() const;
+
+    // A parameter change at the start of processing: told to the controller,
+    // and queued for the processor until flushParameters() or the next block.
+    void setParameter(Plx::ParamID id, double normalized);
+    // Hands queued changes to the processor at once, in a block without
+    // audio, which also settles the processor on its present values.
+    void flushParameters();
+    double parameterValue(Plx::ParamID id) const { return controller()->getParamNormalized(id); }
+
+    // Asks the processor to publish its gain matrix, as the controller does
+    // while its editor shows the matrix.
+    void requestGainMatrix();
+    // The last "gainMatrix" the processor sent, row by row (input rows,
+    // output columns); empty when none came.
+    const std::vector<float>& gainMatrix() const { return lastGainMatrix; }
+
+    // setupProcessing, setActive(true), setProcessing(true).
+    void start(double sampleRate, int32_t maxBlock, bool doublePrecision);
+    // setProcessing(false), setActive(false).
+    void stop();
+    uint32_t latency() const { return processor()->getLatencySamples(); }
+
+    // Planar buffers of the running effect, maxBlock samples per channel.
+    float* input32(int channel) { return in32[static_cast<size_t>(channel)].data(); }
+    float* output32(int channel) { return out32[static_cast<size_t>(channel)].data(); }
+    double* input64(int channel) { return in64[static_cast<size_t>(channel)].data(); }
+    double* output64(int channel) { return out64[static_cast<size_t>(channel)].data(); }
+    int inputChannels() const { return static_cast<int>(inPointers32.size()); }
+    int outputChannels() const { return static_cast<int>(outPointers32.size()); }
+    // The changes of the next block; cleared by process().
+    ParameterChanges& changes() { return *blockChanges.get(); }
+    // Processes `numSamples` from the input buffers into the output buffers;
+    // UserError when the effect refuses the block.
+    void process(int32_t numSamples);
+    // One timer tick of the host: idle handlers run, messages go out.
+    void idle() { session.host()->idle(); }
+
+private:
+    void onMessage(Plx::IMessage* message, bool toController);
+
+    ModuleSession& session;
+    EffectClass effectClass;
+    std::unique_ptr<Plugin> plugin;
+    std::vector<Param> parameters;
+    std::vector<float> lastGainMatrix;
+
+    Plx::IPtr<ParameterChanges> blockChanges;
+    Plx::IPtr<ParameterChanges> outputChanges;
+    bool active = false;
+    bool processing = false;
+    bool doubleSamples = false;
+    double rate = 48000.0;
+    int64_t position = 0;
+    std::vector<std::vector<float>> in32, out32;
+    std::vector<std::vector<double>> in64, out64;
+    std::vector<float*> inPointers32, outPointers32;
+    std::vector<double*> inPointers64, outPointers64;
+};
+
+} // namespace Tannhofen::Host::Cli

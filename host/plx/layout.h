@@ -1,0 +1,45 @@
+// Speaker layouts as plx names them on its command line and in its output:
+// the arrangement names that users know from the editors, hex masks, speaker
+// labels per channel, and the WAV channel masks of layouts that WAV can carry.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame/speaker_arrangement.h"
+
+namespace Tannhofen::Host::Cli {
+
+using Plx::SpeakerArrangement;
+
+// The named layouts, in ascending mask order.
+struct NamedLayout {
+    SpeakerArrangement mask;
+    const char* name;
+};
+const std::vector<NamedLayout>& namedLayouts();
+
+// A layout given by name (case does not matter), by a few short aliases
+// ("7.1", "FOA", ...) or as a hex mask ("0x3F"). Empty when unknown.
+std::optional<SpeakerArrangement> parseLayout(const std::string& text);
+// The name of a layout, or its hex mask when it has none.
+std::string layoutName(SpeakerArrangement mask);
+std::string hexMask(SpeakerArrangement mask);
+// Speaker label of each channel, in bus order (ascending bits).
+std::vector<std::string> speakerLabels(SpeakerArrangement mask);
+inline int channelsOf(SpeakerArrangement mask) { return Plx::getChannelCount(mask); }
+
+// The layout that a file of `channels` channels most likely carries, when
+// nothing else tells; empty when there is no usual one.
+std::optional<SpeakerArrangement> defaultLayoutForChannels(int channels);
+
+// WAV (WAVE_FORMAT_EXTENSIBLE) description of a layout: libsndfile channel
+// map entries, one per channel, or empty when WAV has no positions for it.
+std::vector<int> wavChannelMap(SpeakerArrangement mask);
+bool isAmbisonic(SpeakerArrangement mask);
+// The layout that a libsndfile channel map describes; empty when it holds
+// positions that have no speaker bit.
+std::optional<SpeakerArrangement> layoutFromWavChannelMap(const std::vector<int>& map);
+
+} // namespace Tannhofen::Host::Cli
