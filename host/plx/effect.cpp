@@ -301,6 +301,9 @@ double Effect::parseValue(const Param& param, const std::string& rawText) const
                         ", or normalized as e.g. 0.5n)");
     double lo = 0, hi = 0;
     if (leadingNumber(valueText(param, 0.0), &lo) && leadingNumber(valueText(param, 1.0), &hi)) {
+        // "-inf" is the bottom of a decibel range, however the text shows it.
+        if (plain == -HUGE_VAL)
+            return lo <= hi ? 0.0 : 1.0;
         const double tolerance = 1e-6 * std::max(1.0, std::fabs(hi - lo));
         if (plain < std::min(lo, hi) - tolerance || plain > std::max(lo, hi) + tolerance)
             throw UserError(what + " is out of range: it takes " + rangeText(param));
