@@ -13,7 +13,7 @@
 
 namespace Tannhofen::Host {
 
-class HostAttributes final : public Plx::IPlxAttributes, public RefCounted {
+class HostAttributes final : public RefCounted, public Plx::IPlxAttributes {
 public:
     using Value = std::variant<int64_t, double, std::u16string, std::vector<uint8_t>>;
 

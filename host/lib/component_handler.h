@@ -10,7 +10,7 @@
 
 namespace Tannhofen::Host {
 
-class ComponentHandler final : public Plx::IComponentHandler, public Plx::IComponentHandler2, public RefCounted {
+class ComponentHandler final : public RefCounted, public Plx::IComponentHandler, public Plx::IComponentHandler2 {
 public:
     enum class EditKind { Begin, Perform, End };
     struct Edit {

@@ -14,10 +14,9 @@
 
 namespace Tannhofen::Host {
 
-class HostApplication final : public Plx::IPlxHostApplication,
+class HostApplication final : public RefCounted, public Plx::IPlxHostApplication,
                               public Plx::IPlxHostInfo,
-                              public Plx::IPlxTimerService,
-                              public RefCounted {
+                              public Plx::IPlxTimerService {
 public:
     static HostApplication* create(int32_t productCode = 0) { return new HostApplication(productCode); }
 

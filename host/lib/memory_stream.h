@@ -8,7 +8,7 @@
 
 namespace Tannhofen::Host {
 
-class MemoryStream final : public Plx::IPlxStream, public RefCounted {
+class MemoryStream final : public RefCounted, public Plx::IPlxStream {
 public:
     static MemoryStream* create() { return new MemoryStream; }
     static MemoryStream* create(std::vector<uint8_t> bytes) { return new MemoryStream(std::move(bytes)); }

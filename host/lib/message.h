@@ -10,7 +10,7 @@
 
 namespace Tannhofen::Host {
 
-class HostMessage final : public Plx::IMessage, public RefCounted {
+class HostMessage final : public RefCounted, public Plx::IMessage {
 public:
     static HostMessage* create() { return new HostMessage; }
 

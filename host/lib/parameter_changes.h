@@ -12,7 +12,7 @@
 
 namespace Tannhofen::Host {
 
-class ParameterValueQueue final : public Plx::IParamValueQueue, public RefCounted {
+class ParameterValueQueue final : public RefCounted, public Plx::IParamValueQueue {
 public:
     static ParameterValueQueue* create(Plx::ParamID id) { return new ParameterValueQueue(id); }
 
@@ -37,7 +37,7 @@ private:
     std::vector<std::pair<int32_t, Plx::ParamValue>> points;
 };
 
-class ParameterChanges final : public Plx::IPlxParameterChanges, public RefCounted {
+class ParameterChanges final : public RefCounted, public Plx::IPlxParameterChanges {
 public:
     static ParameterChanges* create() { return new ParameterChanges; }
 
