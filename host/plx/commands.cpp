@@ -1,5 +1,7 @@
 #include "host/plx/commands.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -56,16 +58,18 @@ std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input)
 void describeEffect(ModuleSession& session, const std::string& name)
 {
     Effect effect(session, session.findEffect(name));
+    auto title = [](const Effect::Param& param) {
+        return param.info.flags & ParameterInfo::kIsReadOnly ? param.title + " (read-only)" : param.title;
+    };
+    int width = 5;
+    for (const Effect::Param& param : effect.params())
+        width = std::max(width, static_cast<int>(title(param).size()));
     std::printf("%s\n\nParameters:\n", effect.name().c_str());
-    std::printf("  %5s  %-28s %-6s %-30s %-8s %s\n", "id", "title", "units", "range", "default", "text");
-    for (const Effect::Param& param : effect.params()) {
-        std::string title = param.title;
-        if (param.info.flags & ParameterInfo::kIsReadOnly)
-            title += " (read-only)";
-        std::printf("  %5u  %-28s %-6s %-30s %-8.4f %s\n", param.info.id, title.c_str(), param.units.c_str(),
-                    effect.rangeText(param).c_str(), param.info.defaultNormalizedValue,
+    std::printf("  %5s  %-*s  %-5s  %-26s  %-8s  %s\n", "id", width, "title", "units", "range", "default", "text");
+    for (const Effect::Param& param : effect.params())
+        std::printf("  %5u  %-*s  %-5s  %-26s  %-8.4f  %s\n", param.info.id, width, title(param).c_str(),
+                    param.units.c_str(), effect.rangeText(param).c_str(), param.info.defaultNormalizedValue,
                     effect.valueText(param, param.info.defaultNormalizedValue).c_str());
-    }
     std::printf("\n");
     printLayoutList("Inputs: ", acceptedLayouts(effect, true));
     printLayoutList("Outputs:", acceptedLayouts(effect, false));

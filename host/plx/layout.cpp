@@ -34,8 +34,9 @@ std::string bitLabel(int bit)
 
 // The libsndfile position of each of the first 18 speaker bits: these are
 // the WAV speaker positions, and in the same bit order as WAV's channel mask.
+// libsndfile names the front three of WAV LEFT, RIGHT and CENTER.
 constexpr int kWavPositions[18] = {
-    SF_CHANNEL_MAP_FRONT_LEFT,           SF_CHANNEL_MAP_FRONT_RIGHT,           SF_CHANNEL_MAP_FRONT_CENTER,
+    SF_CHANNEL_MAP_LEFT,                 SF_CHANNEL_MAP_RIGHT,                 SF_CHANNEL_MAP_CENTER,
     SF_CHANNEL_MAP_LFE,                  SF_CHANNEL_MAP_REAR_LEFT,             SF_CHANNEL_MAP_REAR_RIGHT,
     SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER, SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER, SF_CHANNEL_MAP_REAR_CENTER,
     SF_CHANNEL_MAP_SIDE_LEFT,            SF_CHANNEL_MAP_SIDE_RIGHT,            SF_CHANNEL_MAP_TOP_CENTER,
@@ -205,7 +206,7 @@ std::vector<int> wavChannelMap(SpeakerArrangement mask)
 {
     std::vector<int> map;
     if (mask == 0x80000)
-        return {SF_CHANNEL_MAP_MONO};
+        return {SF_CHANNEL_MAP_CENTER};
     if (mask >> 18 != 0)
         return map;
     for (int bit = 0; bit < 18; ++bit)
@@ -216,12 +217,21 @@ std::vector<int> wavChannelMap(SpeakerArrangement mask)
 
 std::optional<SpeakerArrangement> layoutFromWavChannelMap(const std::vector<int>& map)
 {
-    if (map.size() == 1 && (map[0] == SF_CHANNEL_MAP_MONO || map[0] == SF_CHANNEL_MAP_FRONT_CENTER))
+    auto front = [](int position) {
+        switch (position) {
+        case SF_CHANNEL_MAP_FRONT_LEFT: return int{SF_CHANNEL_MAP_LEFT};
+        case SF_CHANNEL_MAP_FRONT_RIGHT: return int{SF_CHANNEL_MAP_RIGHT};
+        case SF_CHANNEL_MAP_FRONT_CENTER: return int{SF_CHANNEL_MAP_CENTER};
+        default: return position;
+        }
+    };
+    if (map.size() == 1 && (map[0] == SF_CHANNEL_MAP_MONO || front(map[0]) == SF_CHANNEL_MAP_CENTER))
         return 0x80000;
     // Channels on a bus follow ascending bits, so the positions must too.
     SpeakerArrangement mask = 0;
     long last = -1;
-    for (int position : map) {
+    for (int listed : map) {
+        const int position = front(listed);
         const int* found = std::find(std::begin(kWavPositions), std::end(kWavPositions), position);
         if (found == std::end(kWavPositions) || found - kWavPositions <= last)
             return std::nullopt;

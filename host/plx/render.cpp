@@ -207,9 +207,26 @@ RenderResult render(ModuleSession& session, const RenderRequest& request)
     PendingFile{request.output}; // fails now when the output can't be written
 
     Effect effect(session, effectClass);
-    if (!request.stateIn.empty())
-        effect.loadState(readWholeFile(request.stateIn));
-    negotiate(effect, in, out);
+    if (request.stateIn.empty()) {
+        negotiate(effect, in, out);
+    } else {
+        // As a workstation reopening a project: the buses are set up first,
+        // then the effect gets its state. A state may carry its own output
+        // layout, so a first instance tells which one that is.
+        const std::vector<uint8_t> state = readWholeFile(request.stateIn);
+        if (!out) {
+            Effect probe(session, effectClass);
+            negotiate(probe, in, std::nullopt);
+            probe.loadState(state);
+            out = probe.outputArrangement();
+        }
+        negotiate(effect, in, out);
+        effect.loadState(state);
+        if (effect.outputArrangement() != *out || effect.inputArrangement() != in)
+            throw UserError("the state in " + request.stateIn + " sets up " + layoutName(effect.inputArrangement()) +
+                            " -> " + layoutName(effect.outputArrangement()) + ", not " + layoutName(in) + " -> " +
+                            layoutName(*out));
+    }
 
     std::optional<Automation> automation;
     if (!request.automation.empty())
