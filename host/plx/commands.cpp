@@ -266,6 +266,12 @@ int demoCommand(const std::vector<std::string>& args)
 
     int rendered = 0;
     for (const EffectClass& effectClass : session.effects()) {
+        try {
+            Effect probe(session, effectClass);
+        } catch (const UserError& missing) {
+            std::printf("\n%s: skipped (%s)\n", effectClass.name.c_str(), missing.what());
+            continue;
+        }
         for (SpeakerArrangement target : {SpeakerArrangement{0x3F}, SpeakerArrangement{0x3}}) {
             const std::string stem = dir + "/" + effectWord(effectClass.name) + "-7.1.4-to-" +
                                      fileWord(layoutName(target));
