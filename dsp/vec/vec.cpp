@@ -164,8 +164,9 @@ void convert(const double* src, float* dst, std::size_t n)
 
 // ---- Multirate ------------------------------------------------------------------
 
-template <class T>
-Status sampleUp(const T* src, int srcLen, T* dst, int& dstLen, int factor, int& phase)
+namespace {
+
+template <class T> Status checkMultirate(const T* src, int srcLen, const T* dst, int factor, int phase)
 {
     if (!src || !dst)
         return StsNullPtrErr;
@@ -175,6 +176,16 @@ Status sampleUp(const T* src, int srcLen, T* dst, int& dstLen, int factor, int& 
         return StsSampleFactorErr;
     if (phase < 0 || phase >= factor)
         return StsSamplePhaseErr;
+    return StsNoErr;
+}
+
+} // namespace
+
+template <class T>
+Status sampleUp(const T* src, int srcLen, T* dst, int& dstLen, int factor, int& phase)
+{
+    if (const Status status = checkMultirate(src, srcLen, dst, factor, phase); status != StsNoErr)
+        return status;
     if (srcLen > std::numeric_limits<int>::max() / factor)
         return StsSizeErr;
     const std::size_t len = static_cast<std::size_t>(srcLen) * static_cast<std::size_t>(factor);
@@ -188,14 +199,8 @@ Status sampleUp(const T* src, int srcLen, T* dst, int& dstLen, int factor, int& 
 template <class T>
 Status sampleDown(const T* src, int srcLen, T* dst, int& dstLen, int factor, int& phase)
 {
-    if (!src || !dst)
-        return StsNullPtrErr;
-    if (srcLen < 0)
-        return StsSizeErr;
-    if (factor < 1)
-        return StsSampleFactorErr;
-    if (phase < 0 || phase >= factor)
-        return StsSamplePhaseErr;
+    if (const Status status = checkMultirate(src, srcLen, dst, factor, phase); status != StsNoErr)
+        return status;
     const int count = static_cast<int>((static_cast<int64_t>(srcLen) + factor - 1 - phase) / factor);
     for (int k = 0; k < count; ++k)
         dst[k] = src[static_cast<std::size_t>(k) * factor + phase];
