@@ -6,6 +6,8 @@
 #include "frame/module/class_table.h"
 
 #include "frame/class_ids.h"
+#include "frame/factory.h"
+#include "mix/matrix_mixer.h"
 
 namespace Tannhofen::Plx {
 
@@ -13,7 +15,10 @@ namespace {
 
 FUnknown* createRadialPanner(void*) { return nullptr; }
 FUnknown* createRPannerController(void*) { return nullptr; }
-FUnknown* createMatrixMixer(void*) { return nullptr; }
+FUnknown* createMatrixMixer(void* context)
+{
+    return createInstanceAs<Mix::MatrixMixer, IAudioProcessor>(context);
+}
 FUnknown* createMMixerController(void*) { return nullptr; }
 FUnknown* createAmbiBinProcessor(void*) { return nullptr; }
 FUnknown* createAmbiBinController(void*) { return nullptr; }
