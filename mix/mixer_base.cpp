@@ -669,16 +669,18 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend)
     PlxAudioBuffers& outBus = data.outputs[0];
     const int32 ins = numInChannels;
     const int32 outs = numOutChannels;
-    if (inBus.numChannels != ins || outBus.numChannels != outs)
+    // A bus may carry channels that the model has no place for (an ambisonic
+    // output, say): they are read as nothing and written as silence.
+    if (inBus.numChannels < std::max(ins, 1) || outBus.numChannels < std::max(outs, 1))
         return kInvalidArgument;
     T** in = channelsOf<T>(inBus);
     T** out = channelsOf<T>(outBus);
-    if ((ins > 0 && !in) || (outs > 0 && !out))
+    if (!in || !out)
         return kInvalidArgument;
     for (int32 i = 0; i < ins; ++i)
         if (!in[i])
             return kInvalidArgument;
-    for (int32 o = 0; o < outs; ++o)
+    for (int32 o = 0; o < outBus.numChannels; ++o)
         if (!out[o])
             return kInvalidArgument;
     IPlxParameterChanges* changes = data.inputParameterChanges;
@@ -744,6 +746,13 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend)
                     outBus.silenceFlags |= uint64(1) << o;
             }
         }
+    }
+
+    // After the mix, which may still have read them in place.
+    for (int32 o = outs; o < outBus.numChannels; ++o) {
+        DSP::Vec::zero(out[o], static_cast<size_t>(n));
+        if (o < 64)
+            outBus.silenceFlags |= uint64(1) << o;
     }
 
     vuCounter += n;
