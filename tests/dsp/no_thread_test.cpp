@@ -3,6 +3,10 @@
 // audio thread must never start or wake one.
 #include "dsp/data/linear_algebra.h"
 #include "dsp/vec/vec.h"
+#include "frame/class_ids.h"
+#include "frame/iaudioprocessor.h"
+#include "frame/icomponent.h"
+#include "host/lib/host_application.h"
 #include "host/lib/module.h"
 
 #include <gtest/gtest.h>
@@ -64,6 +68,45 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
     ASSERT_EQ(DSP::Vec::fftFwd(re.data(), im.data(), outRe.data(), outIm.data(), plan, nullptr), DSP::Vec::StsNoErr);
     EXPECT_EQ(outRe[0], 4096.0f);
     DSP::Vec::fftFree(plan);
+
+    // A converter processes a block of 22.2 to 7.1.4, which runs its BLAS product.
+    {
+        namespace Plx = Tannhofen::Plx;
+        auto host = Plx::IPtr<Tannhofen::Host::HostApplication>::adopt(Tannhofen::Host::HostApplication::create());
+        auto component = module->createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
+        ASSERT_TRUE(component);
+        auto processor =
+            Plx::IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
+        ASSERT_EQ(component->initialize(host->unknown()), Plx::kResultOk);
+        Plx::SpeakerArrangement in = 0x7307FFFF, out = 0x2D63F;
+        ASSERT_EQ(processor->setBusArrangements(&in, 1, &out, 1), Plx::kResultOk);
+        Plx::PlxProcessSetup setup{Plx::kRealtime, Plx::kSample32, 512, 48000.0};
+        ASSERT_EQ(processor->setupProcessing(&setup), Plx::kResultOk);
+        component->setActive(1);
+        processor->setProcessing(1);
+        std::vector<std::vector<float>> inData(24, std::vector<float>(512, 0.25f)), outData(12, std::vector<float>(512));
+        std::vector<float*> inPtr, outPtr;
+        for (auto& c : inData)
+            inPtr.push_back(c.data());
+        for (auto& c : outData)
+            outPtr.push_back(c.data());
+        Plx::PlxAudioBuffers inBus{}, outBus{};
+        inBus.numChannels = 24;
+        inBus.channelBuffers32 = inPtr.data();
+        outBus.numChannels = 12;
+        outBus.channelBuffers32 = outPtr.data();
+        Plx::PlxProcessData data{};
+        data.numSamples = 512;
+        data.numInputs = data.numOutputs = 1;
+        data.inputs = &inBus;
+        data.outputs = &outBus;
+        for (int block = 0; block < 3; ++block)
+            ASSERT_EQ(processor->process(&data), Plx::kResultOk);
+        EXPECT_GT(outData[0][511], 0.0f);
+        processor->setProcessing(0);
+        component->setActive(0);
+        component->terminate();
+    }
 
     EXPECT_EQ(threadCount(), before);
     module.reset(); // releases the factory, calls ExitDll, unloads
