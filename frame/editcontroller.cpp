@@ -37,7 +37,7 @@ tresult EditController::getParameterInfoByIndex(int32 index, ParameterInfo* info
         return kInvalidArgument;
     if (!p)
         return kResultFalse;
-    *info = static_cast<const Parameter*>(p)->getInfo();
+    *info = p->getInfo();
     return kResultOk;
 }
 
@@ -48,7 +48,7 @@ tresult EditController::getParameterInfo(ParamID id, ParameterInfo* info)
         return kInvalidArgument;
     if (!p)
         return kResultFalse;
-    *info = static_cast<const Parameter*>(p)->getInfo();
+    *info = p->getInfo();
     return kResultOk;
 }
 

@@ -67,7 +67,7 @@ Parameter* EditController2::createTableParameter(const ParamInfoRecord& row)
     }
     case ParamInfoRecord::kFloat:
         p = new RangeParameter(title.c_str(), id, units.c_str(), 0.0, row.max, 0.0, 0, flags);
-        p->getInfo().defaultNormalizedValue = row.defaultNormalized;
+        p->editInfo().defaultNormalizedValue = row.defaultNormalized;
         p->setNormalized(row.defaultNormalized);
         break;
     case ParamInfoRecord::kOnOff:

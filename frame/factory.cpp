@@ -170,50 +170,51 @@ bool PlxFactory::grow()
     return true;
 }
 
-bool PlxFactory::registerClass(const ClassInfo2* info, ClassCreateFunc createFunc, void* context)
+bool PlxFactory::addEntry(const ClassInfo2& info8, const ClassInfoW& info16, ClassCreateFunc createFunc,
+                          void* context, bool isUnicode)
 {
-    if (!info || !createFunc || !grow())
+    if (!createFunc || !grow())
         return false;
-    ClassEntry& e = classes[count];
-    std::memset(&e, 0, sizeof e);
-    e.info8 = *info;
-    e.info16.cid = info->cid;
-    e.info16.cardinality = info->cardinality;
-    std::memcpy(e.info16.category, info->category, sizeof e.info16.category);
-    widenInto(e.info16.name, std::size(e.info16.name), info->name);
-    e.info16.classFlags = info->classFlags;
-    std::memcpy(e.info16.subCategories, info->subCategories, sizeof e.info16.subCategories);
-    widenInto(e.info16.vendor, std::size(e.info16.vendor), info->vendor);
-    widenInto(e.info16.version, std::size(e.info16.version), info->version);
-    widenInto(e.info16.sdkVersion, std::size(e.info16.sdkVersion), info->sdkVersion);
-    e.createFunc = createFunc;
-    e.context = context;
-    e.isUnicode = false;
+    classes[count] = ClassEntry{info8, info16, createFunc, context, isUnicode};
     ++count;
     return true;
 }
 
+bool PlxFactory::registerClass(const ClassInfo2* info, ClassCreateFunc createFunc, void* context)
+{
+    if (!info)
+        return false;
+    // The 16-bit form: the texts widened, the rest as it is.
+    ClassInfoW wide;
+    std::memset(&wide, 0, sizeof wide);
+    wide.cid = info->cid;
+    wide.cardinality = info->cardinality;
+    std::memcpy(wide.category, info->category, sizeof wide.category);
+    widenInto(wide.name, std::size(wide.name), info->name);
+    wide.classFlags = info->classFlags;
+    std::memcpy(wide.subCategories, info->subCategories, sizeof wide.subCategories);
+    widenInto(wide.vendor, std::size(wide.vendor), info->vendor);
+    widenInto(wide.version, std::size(wide.version), info->version);
+    widenInto(wide.sdkVersion, std::size(wide.sdkVersion), info->sdkVersion);
+    return addEntry(*info, wide, createFunc, context, false);
+}
+
 bool PlxFactory::registerClassW(const ClassInfoW* info, ClassCreateFunc createFunc, void* context)
 {
-    if (!info || !createFunc || !grow())
+    if (!info)
         return false;
-    ClassEntry& e = classes[count];
-    std::memset(&e, 0, sizeof e);
-    e.info16 = *info;
-    e.info8.cid = info->cid;
-    e.info8.cardinality = info->cardinality;
-    std::memcpy(e.info8.category, info->category, sizeof e.info8.category);
-    narrowInto(e.info8.name, sizeof e.info8.name, info->name);
-    e.info8.classFlags = info->classFlags;
-    std::memcpy(e.info8.subCategories, info->subCategories, sizeof e.info8.subCategories);
-    narrowInto(e.info8.vendor, sizeof e.info8.vendor, info->vendor);
-    narrowInto(e.info8.version, sizeof e.info8.version, info->version);
-    narrowInto(e.info8.sdkVersion, sizeof e.info8.sdkVersion, info->sdkVersion);
-    e.createFunc = createFunc;
-    e.context = context;
-    e.isUnicode = true;
-    ++count;
-    return true;
+    ClassInfo2 narrow;
+    std::memset(&narrow, 0, sizeof narrow);
+    narrow.cid = info->cid;
+    narrow.cardinality = info->cardinality;
+    std::memcpy(narrow.category, info->category, sizeof narrow.category);
+    narrowInto(narrow.name, sizeof narrow.name, info->name);
+    narrow.classFlags = info->classFlags;
+    std::memcpy(narrow.subCategories, info->subCategories, sizeof narrow.subCategories);
+    narrowInto(narrow.vendor, sizeof narrow.vendor, info->vendor);
+    narrowInto(narrow.version, sizeof narrow.version, info->version);
+    narrowInto(narrow.sdkVersion, sizeof narrow.sdkVersion, info->sdkVersion);
+    return addEntry(narrow, *info, createFunc, context, true);
 }
 
 IPlxFactory* getPluginFactory(std::span<const ClassTableRow> rows)

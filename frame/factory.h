@@ -54,6 +54,8 @@ private:
     };
     ~PlxFactory();
     bool grow();
+    bool addEntry(const ClassInfo2& info8, const ClassInfoW& info16, ClassCreateFunc createFunc, void* context,
+                  bool isUnicode);
     const ClassEntry* entry(int32 index) const;
 
     std::atomic<int32> refCount{1};

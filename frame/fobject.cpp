@@ -51,6 +51,8 @@ void FObject::removeDependent(IDependent* dependent)
 
 void FObject::changed(int32 message)
 {
+    if (dependents.empty())
+        return;
     // A dependent may remove itself while it is told.
     const std::vector<IDependent*> told = dependents;
     for (IDependent* dependent : told)

@@ -37,7 +37,8 @@ public:
     virtual ParamValue toNormalized(ParamValue plainValue) const;
     virtual void setPrecision(int32 value) { precision = value; }
 
-    ParameterInfo& getInfo() { return info; }
+    // The info record to change, e.g. a title that follows the bus layout.
+    ParameterInfo& editInfo() { return info; }
     ParamValue getNormalized() const { return valueNormalized; }
 
 protected:

@@ -182,23 +182,6 @@ TEST(ComponentInterfaces, QueriesReachEveryFaceOfOneObject)
     EXPECT_EQ(obj, nullptr);
 }
 
-TEST(ComponentInterfaces, IdsLieInMemoryAsHostsCompareThem)
-{
-    auto hex = [](const TUID& id) {
-        std::string s;
-        for (uint8_t b : id) {
-            s += "0123456789ABCDEF"[b >> 4];
-            s += "0123456789ABCDEF"[b & 15];
-        }
-        return s;
-    };
-    EXPECT_EQ(hex(IPluginBase::iid), "DB8D88226E15AE458358B34808190625");
-    EXPECT_EQ(hex(IConnectionPoint::iid), "6F15A4706E6E2640989148BFAA60D8D1");
-    EXPECT_EQ(hex(IComponent::iid), "31FF31E8D5F20143928EBBEE25697802");
-    EXPECT_EQ(hex(IAudioProcessor::iid), "993F0442DAB73C45A569E79D9AAEC33D");
-    EXPECT_EQ(hex(IProcessContextRequirements::iid), "0343652A76EF3D4E95B5FE83730EF6D0");
-}
-
 TEST(ComponentLife, InitializeAndConnectHoldOneOfEach)
 {
     auto host = makeHost();

@@ -5,6 +5,11 @@
 #include <string>
 
 #include "frame/fobject.h"
+#include "frame/iaudioprocessor.h"
+#include "frame/icomponent.h"
+#include "frame/iconnectionpoint.h"
+#include "frame/igraphlocation.h"
+#include "frame/iidlehandler.h"
 #include "frame/param_info.h"
 
 using namespace Tannhofen::Plx;
@@ -66,6 +71,15 @@ TEST(FUnknownIds, FourWordsLieInMemoryInTheClassIdLayout)
     EXPECT_EQ(hex(makeTUID(0x038E7FA9, 0x629A4EAA, 0x8541B889, 0x18E8952D)), "A97F8E039A62AA4E8541B88918E8952D");
     // Every byte position lands in exactly one place.
     EXPECT_EQ(hex(makeTUID(0x03020100, 0x07060504, 0x08090A0B, 0x0C0D0E0F)), "000102030607040508090A0B0C0D0E0F");
+
+    // Interface IDs, as the bytes a host compares.
+    EXPECT_EQ(hex(IPluginBase::iid), "DB8D88226E15AE458358B34808190625");
+    EXPECT_EQ(hex(IConnectionPoint::iid), "6F15A4706E6E2640989148BFAA60D8D1");
+    EXPECT_EQ(hex(IComponent::iid), "31FF31E8D5F20143928EBBEE25697802");
+    EXPECT_EQ(hex(IAudioProcessor::iid), "993F0442DAB73C45A569E79D9AAEC33D");
+    EXPECT_EQ(hex(IProcessContextRequirements::iid), "0343652A76EF3D4E95B5FE83730EF6D0");
+    EXPECT_EQ(hex(IGraphLocation::iid), "F60A1A1809A1BA478A6F7C7C3FF37129");
+    EXPECT_EQ(hex(IIdleHandler::iid), "58BB0BD705C8B845AB8264180B673A84");
 
     EXPECT_FALSE(FUID().isValid());
     EXPECT_TRUE(FUID(0, 0, 0, 1).isValid());
