@@ -1,81 +1,24 @@
 #include "mix/mix_state.h"
 
-#include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
+
+#include "frame/streamer.h"
 
 namespace Tannhofen::Mix {
 
 namespace {
 
-using Plx::IPlxStream;
-
-// Integers and floats cross the stream little-endian, whatever the machine.
-template <class T>
-bool readValue(IPlxStream* stream, T& value)
-{
-    unsigned char bytes[sizeof(T)];
-    Plx::int32 got = 0;
-    if (stream->read(bytes, sizeof(T), &got) != Plx::kResultOk || got != static_cast<Plx::int32>(sizeof(T)))
-        return false;
-    if constexpr (std::endian::native == std::endian::big)
-        std::reverse(bytes, bytes + sizeof(T));
-    std::memcpy(&value, bytes, sizeof(T));
-    return true;
-}
-
-template <class T>
-bool writeValue(IPlxStream* stream, T value)
-{
-    unsigned char bytes[sizeof(T)];
-    std::memcpy(bytes, &value, sizeof(T));
-    if constexpr (std::endian::native == std::endian::big)
-        std::reverse(bytes, bytes + sizeof(T));
-    Plx::int32 put = 0;
-    return stream->write(bytes, sizeof(T), &put) == Plx::kResultOk && put == static_cast<Plx::int32>(sizeof(T));
-}
-
-bool writeBytes(IPlxStream* stream, const void* data, Plx::int32 size)
-{
-    Plx::int32 put = 0;
-    return size == 0 || (stream->write(data, size, &put) == Plx::kResultOk && put == size);
-}
-
 // Reads and drops `length` bytes, in pieces.
-bool skipBytes(IPlxStream* stream, Plx::int32 length)
+bool skipBytes(Plx::PlxStreamer& in, Plx::int32 length)
 {
     char piece[256];
     while (length > 0) {
         const Plx::int32 want = length < 256 ? length : 256;
-        Plx::int32 got = 0;
-        if (stream->read(piece, want, &got) != Plx::kResultOk || got != want)
+        if (!in.readRaw(piece, want))
             return false;
         length -= want;
     }
-    return true;
-}
-
-// A zero-terminated text of at most `limit` bytes with its zero.
-bool readText(IPlxStream* stream, std::string& text, Plx::int32 limit)
-{
-    text.clear();
-    for (Plx::int32 n = 0; n < limit; ++n) {
-        char c = 0;
-        if (!readValue(stream, c))
-            return false;
-        if (c == 0)
-            return true;
-        text.push_back(c);
-    }
-    return false;
-}
-
-bool isAscii(const std::string& text)
-{
-    for (unsigned char c : text)
-        if (c >= 0x80)
-            return false;
     return true;
 }
 
@@ -91,93 +34,95 @@ int16_t stateKindOf(int32_t type)
     }
 }
 
-bool writeMixState(IPlxStream* stream, IParamGetPlainValue& source, const MixParamTable& table,
+bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const MixParamTable& table,
                    Plx::SpeakerArrangement in, Plx::SpeakerArrangement out)
 {
     if (!stream)
         return false;
+    Plx::PlxStreamer s(stream);
     const int32_t version = source.getVersion();
     int32_t saved = 0;
     for (int32_t i = 0; i < table.count(); ++i)
         if (!(table.row(i).flags & Plx::ParamInfoRecord::kNotSaved))
             ++saved;
-    bool ok = writeValue(stream, kMixStateMagic) && writeValue(stream, kMixStateFormat) &&
-              writeValue(stream, version) && writeValue(stream, saved);
+    bool ok = s.writeInt32(kMixStateMagic) && s.writeInt32(kMixStateFormat) && s.writeInt32(version) &&
+              s.writeInt32(saved);
     for (int32_t i = 0; ok && i < table.count(); ++i) {
         const Plx::ParamInfoRecord& row = table.row(i);
         if (row.flags & Plx::ParamInfoRecord::kNotSaved)
             continue;
         const int16_t kind = stateKindOf(row.type);
         const auto nameLength = static_cast<int32_t>(strnlen(row.name, sizeof row.name - 1) + 1);
-        ok = writeValue(stream, kind) && writeValue(stream, nameLength) && writeBytes(stream, row.name, nameLength - 1) &&
-             writeValue(stream, char(0)) && writeValue(stream, row.id);
+        ok = s.writeInt16(kind) && s.writeInt32(nameLength) && s.writeRaw(row.name, nameLength - 1) &&
+             s.writeInt8(0) && s.writeInt32(row.id);
         if (!ok)
             break;
         const double plain = source.getPlainValue(row.id);
         switch (kind) {
-        case kKindDouble: ok = writeValue(stream, plain); break;
-        case kKindInt64: ok = writeValue(stream, static_cast<Plx::int64>(std::llround(plain))); break;
-        case kKindBool: ok = writeValue(stream, static_cast<int16_t>(plain > 0.0 ? 1 : 0)); break;
+        case kKindDouble: ok = s.writeDouble(plain); break;
+        case kKindInt64: ok = s.writeInt64(std::llround(plain)); break;
+        case kKindBool: ok = s.writeInt16(plain > 0.0 ? 1 : 0); break;
         default: {
             std::string text;
             source.getString(row.id, text);
-            if (!isAscii(text))
-                text.insert(0, "\xEF\xBB\xBF");
-            ok = writeBytes(stream, text.data(), static_cast<Plx::int32>(text.size())) && writeValue(stream, char(0));
+            ok = s.writeStringUtf8(text);
         }
         }
     }
     if (ok && version == 2)
-        ok = writeValue(stream, static_cast<Plx::int64>(in)) && writeValue(stream, static_cast<Plx::int64>(out));
+        ok = s.writeInt64(static_cast<Plx::int64>(in)) && s.writeInt64(static_cast<Plx::int64>(out));
     return ok;
 }
 
-StateRead readMixParams(IPlxStream* stream, IParamSetPlainValue& target)
+StateRead readMixParams(Plx::IPlxStream* stream, IParamSetPlainValue& target)
 {
+    if (!stream)
+        return StateRead::Refused;
+    Plx::PlxStreamer s(stream);
     int32_t magic = 0;
     int32_t format = 0;
-    if (!stream || !readValue(stream, magic) || magic != kMixStateMagic || !readValue(stream, format))
+    if (!s.readInt32(magic) || magic != kMixStateMagic || !s.readInt32(format))
         return StateRead::Refused;
     if (format >= 2) {
         int32_t version = 0;
-        if (!readValue(stream, version) || !target.setVersion(version))
+        if (!s.readInt32(version) || !target.setVersion(version))
             return StateRead::Refused;
     }
     int32_t count = 0;
-    if (!readValue(stream, count))
+    if (!s.readInt32(count))
         return StateRead::Truncated;
     for (int32_t r = 0; r < count; ++r) {
         int16_t kind = 0;
         int32_t nameLength = 0;
         int32_t id = 0;
-        if (!readValue(stream, kind) || !readValue(stream, nameLength) || nameLength < 0 ||
-            nameLength > kMaxStateNameBytes || !skipBytes(stream, nameLength) || !readValue(stream, id))
+        if (!s.readInt16(kind) || !s.readInt32(nameLength) || nameLength < 0 || nameLength > kMaxStateNameBytes ||
+            !skipBytes(s, nameLength) || !s.readInt32(id))
             return StateRead::Truncated;
         switch (kind & ~kSecondReceiver) {
         case kKindDouble: {
             double v = 0.0;
-            if (!readValue(stream, v))
+            if (!s.readDouble(v))
                 return StateRead::Truncated;
             target.setPlainValue(id, v);
             break;
         }
         case kKindInt64: {
             Plx::int64 v = 0;
-            if (!readValue(stream, v))
+            if (!s.readInt64(v))
                 return StateRead::Truncated;
             target.setPlainValue(id, static_cast<double>(v));
             break;
         }
         case kKindBool: {
             int16_t v = 0;
-            if (!readValue(stream, v))
+            if (!s.readInt16(v))
                 return StateRead::Truncated;
             target.setPlainValue(id, v ? 1.0 : 0.0);
             break;
         }
         case kKindString: {
             std::string text;
-            if (!readText(stream, text, kMaxStateStringBytes))
+            if (!s.readStringUtf8(text, kMaxStateStringBytes))
                 return StateRead::Truncated;
             target.setString(id, text);
             break;
@@ -188,10 +133,10 @@ StateRead readMixParams(IPlxStream* stream, IParamSetPlainValue& target)
     return StateRead::Complete;
 }
 
-bool readStateArrangement(IPlxStream* stream, Plx::SpeakerArrangement& arr)
+bool readStateArrangement(Plx::IPlxStream* stream, Plx::SpeakerArrangement& arr)
 {
     Plx::int64 value = 0;
-    if (!stream || !readValue(stream, value))
+    if (!stream || !Plx::PlxStreamer(stream).readInt64(value))
         return false;
     arr = static_cast<Plx::SpeakerArrangement>(value);
     return true;
