@@ -372,8 +372,6 @@ void MMixerBase::allocateBuffers(int32 ins, int32 outs)
     numInChannels = std::max(ins, 0);
     numOutChannels = std::max(outs, 0);
     currentGains.allocate(numInChannels, numOutChannels);
-    inBuffer.allocate(1, numInChannels);
-    outBuffer.allocate(1, numOutChannels);
     gainDiff.allocate(numInChannels, numOutChannels);
     gainStep.allocate(numInChannels, numOutChannels);
     inPeak.assign(static_cast<size_t>(numInChannels), 0.0f);
@@ -387,13 +385,10 @@ void MMixerBase::allocateBuffers(int32 ins, int32 outs)
 void MMixerBase::freeBuffers()
 {
     currentGains.release();
-    inBuffer.release();
-    outBuffer.release();
     gainDiff.release();
     gainStep.release();
     currentGains64 = {};
-    inBuffer64 = {};
-    outBuffer64 = {};
+    gainStep64 = {};
     inPeak = {};
     inLevel = {};
     outPeak = {};
@@ -408,8 +403,7 @@ void MMixerBase::sizeProcessBuffers()
     const auto outs = static_cast<size_t>(numOutChannels);
     if (processSetup.symbolicSampleSize == kSample64) {
         currentGains64.assign(ins * outs, 0.0);
-        inBuffer64.assign(ins, 0.0);
-        outBuffer64.assign(outs, 0.0);
+        gainStep64.assign(ins * outs, 0.0);
     }
     const size_t block = static_cast<size_t>(std::max(processSetup.maxSamplesPerBlock, 1));
     const size_t wantIn = ins * block;
@@ -418,9 +412,11 @@ void MMixerBase::sizeProcessBuffers()
         releaseScratch();
         blockIn32 = DSP::Vec::malloc<float>(std::max<size_t>(wantIn, 1));
         blockOut32 = DSP::Vec::malloc<float>(std::max<size_t>(wantOut, 1));
+        blockRamp32 = DSP::Vec::malloc<float>(std::max<size_t>(wantOut, 1));
         blockIn64 = DSP::Vec::malloc<double>(std::max<size_t>(wantIn, 1));
         blockOut64 = DSP::Vec::malloc<double>(std::max<size_t>(wantOut, 1));
-        const bool ok = blockIn32 && blockOut32 && blockIn64 && blockOut64;
+        blockRamp64 = DSP::Vec::malloc<double>(std::max<size_t>(wantOut, 1));
+        const bool ok = blockIn32 && blockOut32 && blockRamp32 && blockIn64 && blockOut64 && blockRamp64;
         blockInSize = ok ? wantIn : 0;
         blockOutSize = ok ? wantOut : 0;
     }
@@ -430,10 +426,12 @@ void MMixerBase::releaseScratch()
 {
     DSP::Vec::free(blockIn32);
     DSP::Vec::free(blockOut32);
+    DSP::Vec::free(blockRamp32);
     DSP::Vec::free(blockIn64);
     DSP::Vec::free(blockOut64);
-    blockIn32 = blockOut32 = nullptr;
-    blockIn64 = blockOut64 = nullptr;
+    DSP::Vec::free(blockRamp64);
+    blockIn32 = blockOut32 = blockRamp32 = nullptr;
+    blockIn64 = blockOut64 = blockRamp64 = nullptr;
     blockInSize = blockOutSize = 0;
 }
 
@@ -645,7 +643,7 @@ tresult MMixerBase::process(PlxProcessData* data)
         projectTime = data->processContext->projectTimeSamples;
         transportState = data->processContext->state;
     }
-    if (!active || !processing || !currentGains.allocated || !inBuffer.allocated || sliceCount == 0)
+    if (!active || !processing || !currentGains.allocated || sliceCount == 0 || !blockInSize)
         return kResultFalse;
     if (data->symbolicSampleSize == kSample64)
         return processBlock<double>(*data, forceSend);
@@ -890,26 +888,22 @@ bool MMixerBase::mixSlice(int32 ins, int32 outs, T** in, T** out, int32 slice, i
     DSP::Vec::clampMag(step, maxRampStep, step, count);
 
     int32 t = start;
-    // The ramp: one step per sample towards the target until every element
-    // lies within the gain tolerance, and then once more onto it exactly.
-    while (t < end && *changed) {
-        DSP::Vec::sub(goal, cur, diff, count);
-        *changed = false;
-        bool far = false;
-        for (size_t k = 0; k < count && !far; ++k)
-            far = std::fabs(diff[k]) > kGainTolerance;
-        if (far) {
-            DSP::Vec::add(cur, step, cur, count);
-            *changed = true;
+    if (*changed) {
+        // The ramp: one step per sample towards the target while any element
+        // lies farther than the gain tolerance from it, then once more onto
+        // it exactly. Its samples are mixed as one block.
+        const int32 steps = rampLength(end - start);
+        if (steps > 0) {
+            mixBlock(ins, outs, in, out, start, steps, true);
+            DSP::Vec::addProductC(step, static_cast<float>(steps), cur, count);
             *silent = false;
-            mixOneSample(ins, outs, in, out, t);
-            ++t;
-        } else {
-            DSP::Vec::add(cur, diff, cur, count);
+            t += steps;
         }
+        if (t >= end)
+            return true;
+        std::copy(goal, goal + count, cur);
+        *changed = false;
     }
-    if (t >= end)
-        return true;
     // The matrix has settled for the rest of the slice.
     if (directMode && sameArrangement) {
         passThrough = true;
@@ -918,60 +912,46 @@ bool MMixerBase::mixSlice(int32 ins, int32 outs, T** in, T** out, int32 slice, i
     }
     if (activeIsSimple() && routingCopy(ins, outs, in, out, t, end - t))
         return true;
-    applyGainsToBlock(ins, outs, in, out, t, end - t);
+    mixBlock(ins, outs, in, out, t, end - t, false);
     return true;
 }
 
-template <class T>
-void MMixerBase::mixOneSample(int32 ins, int32 outs, T** in, T** out, int32 t)
+MMixerBase::int32 MMixerBase::rampLength(int32 limit) const
 {
-    const float* g = currentGains.data.data();
-    if (ins == 1) {
-        const T x0 = in[0][t];
-        for (int32 o = 0; o < outs; ++o)
-            out[o][t] = x0 * static_cast<T>(g[o]);
-        return;
+    // After k steps element e is off its target by diff[e] - k * step[e],
+    // which lies within the gain tolerance on one interval of k. The ramp ends
+    // at the first k inside the intervals of all elements.
+    const size_t count = gainDiff.data.size();
+    const float* diff = gainDiff.data.data();
+    const float* step = gainStep.data.data();
+    double lo = 0.0;
+    double hi = limit;
+    for (size_t e = 0; e < count; ++e) {
+        const double d = diff[e];
+        const double s = step[e];
+        if (s == 0.0) {
+            if (std::fabs(d) > kGainTolerance)
+                return limit;
+            continue;
+        }
+        double a = (d - kGainTolerance) / s;
+        double b = (d + kGainTolerance) / s;
+        if (a > b)
+            std::swap(a, b);
+        lo = std::max(lo, a);
+        hi = std::min(hi, b);
+        if (lo > hi)
+            return limit;
     }
-    if (ins == 2) {
-        const T x0 = in[0][t];
-        const T x1 = in[1][t];
-        for (int32 o = 0; o < outs; ++o)
-            out[o][t] = x0 * static_cast<T>(g[o]) + x1 * static_cast<T>(g[outs + o]);
-        return;
-    }
-    T* gathered;
-    T* mixed;
-    const T* gains;
-    if constexpr (sizeof(T) == sizeof(float)) {
-        gathered = inBuffer.data.data();
-        mixed = outBuffer.data.data();
-        gains = g;
-    } else {
-        gathered = inBuffer64.data();
-        mixed = outBuffer64.data();
-        DSP::Vec::convert(g, currentGains64.data(), currentGains.data.size());
-        gains = currentGains64.data();
-    }
-    for (int32 i = 0; i < ins; ++i)
-        gathered[i] = in[i][t];
-    for (int32 o = 0; o < outs; ++o)
-        mixed[o] = 0;
-    for (int32 i = 0; i < ins; ++i) {
-        const T x = gathered[i];
-        const T* row = gains + static_cast<size_t>(i) * static_cast<size_t>(outs);
-        for (int32 o = 0; o < outs; ++o)
-            mixed[o] += x * row[o];
-    }
-    for (int32 o = 0; o < outs; ++o)
-        out[o][t] = mixed[o];
+    const double first = std::ceil(lo);
+    return first > hi ? limit : static_cast<int32>(first);
 }
 
 template <class T>
-void MMixerBase::applyGainsToBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len)
+void MMixerBase::mixBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len, bool ramp)
 {
-    if (outs == 0)
+    if (outs == 0 || len <= 0)
         return;
-    const float* g = currentGains.data.data();
     const auto n = static_cast<size_t>(len);
     if (ins == 0) {
         for (int32 o = 0; o < outs; ++o)
@@ -980,22 +960,67 @@ void MMixerBase::applyGainsToBlock(int32 ins, int32 outs, T** in, T** out, int32
     }
     T* gathered;
     T* mixed;
+    T* ramped;
     const T* gains;
+    const T* steps;
     if constexpr (sizeof(T) == sizeof(float)) {
         gathered = blockIn32;
         mixed = blockOut32;
-        gains = g;
+        ramped = blockRamp32;
+        gains = currentGains.data.data();
+        steps = gainStep.data.data();
     } else {
         gathered = blockIn64;
         mixed = blockOut64;
-        DSP::Vec::convert(g, currentGains64.data(), currentGains.data.size());
+        ramped = blockRamp64;
+        DSP::Vec::convert(currentGains.data.data(), currentGains64.data(), currentGains.data.size());
+        if (ramp)
+            DSP::Vec::convert(gainStep.data.data(), gainStep64.data(), gainStep.data.size());
         gains = currentGains64.data();
+        steps = gainStep64.data();
     }
     // All inputs are read before any output is written, so outputs may share
     // memory with inputs.
     for (int32 i = 0; i < ins; ++i)
         DSP::Vec::copy(in[i] + t, gathered + static_cast<size_t>(i) * n, n);
+
+    // Sample j of a ramp has the gains g + (j + 1) * step.
+    if (ins <= 2) {
+        const T* x0 = gathered;
+        const T* x1 = gathered + n;
+        for (int32 o = 0; o < outs; ++o) {
+            T* y = out[o] + t;
+            const T g0 = gains[o];
+            const T g1 = ins == 2 ? gains[outs + o] : T(0);
+            if (!ramp) {
+                if (ins == 1)
+                    DSP::Vec::mulC(x0, g0, y, n);
+                else
+                    for (size_t j = 0; j < n; ++j)
+                        y[j] = x0[j] * g0 + x1[j] * g1;
+                continue;
+            }
+            const T s0 = steps[o];
+            const T s1 = ins == 2 ? steps[outs + o] : T(0);
+            if (ins == 1)
+                for (size_t j = 0; j < n; ++j)
+                    y[j] = x0[j] * (g0 + T(j + 1) * s0);
+            else
+                for (size_t j = 0; j < n; ++j)
+                    y[j] = x0[j] * (g0 + T(j + 1) * s0) + x1[j] * (g1 + T(j + 1) * s1);
+        }
+        return;
+    }
     blockProduct(ins, outs, gains, gathered, mixed, len, len);
+    if (ramp) {
+        blockProduct(ins, outs, steps, gathered, ramped, len, len);
+        for (int32 o = 0; o < outs; ++o) {
+            T* y = mixed + static_cast<size_t>(o) * n;
+            const T* r = ramped + static_cast<size_t>(o) * n;
+            for (size_t j = 0; j < n; ++j)
+                y[j] += T(j + 1) * r[j];
+        }
+    }
     for (int32 o = 0; o < outs; ++o)
         DSP::Vec::copy(mixed + static_cast<size_t>(o) * n, out[o] + t, n);
 }

@@ -149,13 +149,11 @@ protected:
     bool processingChanged = false;
     bool matrixDirty = false;
     MixMatrix currentGains;
-    MixMatrix inBuffer;
-    MixMatrix outBuffer;
     MixMatrix gainDiff;
     MixMatrix gainStep;
+    // The same for 64-bit audio, sized only for that sample size.
     std::vector<double> currentGains64;
-    std::vector<double> inBuffer64;
-    std::vector<double> outBuffer64;
+    std::vector<double> gainStep64;
     GainPublisher publisher;
     float maxRampStep;
     Plx::int64 vuCounter = 0;
@@ -185,10 +183,12 @@ private:
     template <class T>
     bool mixSlice(int32 ins, int32 outs, T** in, T** out, int32 slice, int32 numSamples, bool* changed,
                   bool* silent);
+    // Mixes `len` samples from `t` with the present gains, or, for a ramp,
+    // with the gains plus (j + 1) steps at sample j of the block.
     template <class T>
-    void applyGainsToBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len);
-    template <class T>
-    void mixOneSample(int32 ins, int32 outs, T** in, T** out, int32 t);
+    void mixBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len, bool ramp);
+    // The samples of this slice's ramp before the target is reached, up to `limit`.
+    int32 rampLength(int32 limit) const;
 
     // Copies the routed inputs for `len` samples from `t`; false when an
     // output overwrites an input that a later output still reads.
@@ -206,12 +206,14 @@ private:
     void releaseScratch();
     void registerIdle(bool on);
 
-    // Scratch of the settled-matrix product: the inputs gathered, and the
-    // outputs before they are scattered, each channels * block length.
+    // Scratch of the block products: the inputs gathered, the outputs before
+    // they are scattered, and the ramp's part of them; channels * block length.
     float* blockIn32 = nullptr;
     float* blockOut32 = nullptr;
+    float* blockRamp32 = nullptr;
     double* blockIn64 = nullptr;
     double* blockOut64 = nullptr;
+    double* blockRamp64 = nullptr;
     size_t blockInSize = 0;
     size_t blockOutSize = 0;
     int32 numInChannels = 0;

@@ -273,8 +273,8 @@ TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit)
 TEST(MixProcess, BlockProductEqualsPerSampleMix)
 {
     // A settled 22.2 to 7.1.4 matrix is applied to the rest of each slice as a
-    // block; the sum over inputs worked out here sample by sample must agree
-    // within float rounding.
+    // block, and so is a ramp; the sums over inputs worked out here sample by
+    // sample must agree within float rounding.
     constexpr int n = 512;
     constexpr uint64_t k222 = 0x7307FFFF, k714 = 0x2D63F; // 22.2, 7.1.4
     auto rig = startedRig(k222, k714, n);
@@ -303,6 +303,24 @@ TEST(MixProcess, BlockProductEqualsPerSampleMix)
                 mag += std::fabs(double(in.at(i, t)) * g[i * outs + o]);
             }
             ASSERT_NEAR(out.at(o, t), sum, 1e-6 * (1 + mag)) << o << " " << t;
+        }
+
+    // A global level change scales every gain by r: the first slice (256
+    // samples) ramps each gain g as g * (1 + (j + 1) * (r - 1) / 256), the
+    // second one holds g * r.
+    const double r = levelLinear(0.7) / levelLinear(0.75);
+    auto changes = changesOf({{kGlobalLvl, 0, 0.7}});
+    fillNoise(in, 8);
+    ASSERT_EQ(rig->process(in, out, n, changes.get()), Plx::kResultOk);
+    for (int o = 0; o < outs; ++o)
+        for (int t = 0; t < n; ++t) {
+            const double factor = t < 256 ? 1.0 + (t + 1) * (r - 1.0) / 256 : r;
+            double sum = 0.0, mag = 0.0;
+            for (int i = 0; i < ins; ++i) {
+                sum += double(in.at(i, t)) * g[i * outs + o] * factor;
+                mag += std::fabs(double(in.at(i, t)) * g[i * outs + o]);
+            }
+            ASSERT_NEAR(out.at(o, t), sum, 2e-6 * (1 + mag)) << o << " " << t;
         }
 }
 
