@@ -125,7 +125,9 @@ tresult MatrixMixer::setBusArrangements(SpeakerArrangement* inputs, int32 numIns
 tresult MatrixMixer::setState(IPlxStream* stream)
 {
     const tresult r = MMixerBase::setState(stream);
-    if (r != kResultOk || !restartPending)
+    // A stream without arrangements keeps the loaded levels through the next
+    // negotiation, but has no output to ask the host for.
+    if (r != kResultOk || !restartPending || !stateOutputArr)
         return r;
     if (!active) {
         if (arrangementsSet) {

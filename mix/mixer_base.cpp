@@ -703,6 +703,8 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend)
                 inPeak[static_cast<size_t>(i)] = std::max(inPeak[static_cast<size_t>(i)], peak);
             }
         }
+        // Slices follow every block size, with or without parameter changes,
+        // so that a ramp always spans whole slices of this block.
         if (n > 0)
             computeSlices(n, false);
         if (sliceQueues) {

@@ -353,8 +353,11 @@ TEST(MixState, MalformedStreams)
     std::vector<uint8_t> format1(good.begin(), good.end() - 16);
     format1 = withInt32(format1, 4, 1);
     format1.erase(format1.begin() + 8, format1.begin() + 12);
+    rig.peer->messages.clear();
     EXPECT_EQ(rig.loadState(format1), Plx::kResultOk);
     EXPECT_NEAR(parse(rig.saveState()).values.at(128).second, dB(levelLinear(0.6)), 1e-4);
+    EXPECT_TRUE(rig.peer->withId(Msg::kRestartComponent).empty());
+    EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
 
     // Truncated inside the second record: the first one is taken, the rest not.
     MixerRig cut;
