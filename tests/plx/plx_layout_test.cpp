@@ -47,6 +47,13 @@ TEST(PlxLayouts, NamesMasksAndTheFilesOwnChannelMaskAgree)
     EXPECT_EQ(summary(render(six, {"--in-layout", "6.0 CINE", "--out-layout", "quadro"})), "6.0 Cine -> Quadro");
     EXPECT_NE(render(six, {"--in-layout", "0x7"}).status, 0);
 
+    // FLAC and AIFF carry no mask: six channels are taken for 5.1.
+    for (const auto& [name, format] : {std::pair{"six.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
+                                       std::pair{"six.aiff", SF_FORMAT_AIFF | SF_FORMAT_FLOAT}}) {
+        writeAudio(dir / name, 6, 44100, 100, silence, format);
+        EXPECT_EQ(summary(render((dir / name).string(), {"--out-layout", "Stereo"})), "5.1 -> Stereo") << name;
+    }
+
     // An ambisonic output is marked as such, a layout beyond WAV's positions gets no mask.
     ASSERT_EQ(render(six, {"--out-layout", "1st Order Ambisonics"}).status, 0);
     SF_INFO info{};
