@@ -287,9 +287,11 @@ double Effect::parseValue(const Param& param, const std::string& rawText) const
                 (numeric && parseNumber(shown, &shownNumber) && std::fabs(shownNumber - number) < 1e-9))
                 return normalized;
         }
-        // On/off parameters also take 0 and 1.
+        // On/off parameters also take 0 and 1, and On and Off whatever their text.
         if (steps == 1 && numeric && (number == 0.0 || number == 1.0))
             return number;
+        if (steps == 1 && (lower(text) == "on" || lower(text) == "off"))
+            return lower(text) == "on" ? 1.0 : 0.0;
         throw UserError(what + " is out of range: it takes " + rangeText(param));
     }
     double plain = 0;
