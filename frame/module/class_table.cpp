@@ -7,7 +7,9 @@
 
 #include "frame/class_ids.h"
 #include "frame/factory.h"
+#include "frame/ieditcontroller.h"
 #include "mix/matrix_mixer.h"
+#include "mix/mixer_controller.h"
 
 namespace Tannhofen::Plx {
 
@@ -19,7 +21,10 @@ FUnknown* createMatrixMixer(void* context)
 {
     return createInstanceAs<Mix::MatrixMixer, IAudioProcessor>(context);
 }
-FUnknown* createMMixerController(void*) { return nullptr; }
+FUnknown* createMMixerController(void* context)
+{
+    return createInstanceAs<Mix::MMixerController, IPlxEditController>(context);
+}
 FUnknown* createAmbiBinProcessor(void*) { return nullptr; }
 FUnknown* createAmbiBinController(void*) { return nullptr; }
 
