@@ -18,6 +18,9 @@ namespace {
 
 constexpr double kDoubleTolerance = 2.220446049250313e-16;
 constexpr int32 kNivoraProductCodes[] = {28000, 30000};
+// The buses that the processor starts with: mono in, 5.1 out.
+constexpr SpeakerArrangement kFirstInput = 0x80000;
+constexpr SpeakerArrangement kFirstOutput = 0x3F;
 // The level rows that follow the arrangements, in the order they are reset.
 constexpr int32_t kLevelResetOrder[] = {ParamId::kLfeLevel, ParamId::kCenterLvl,  ParamId::kSurroundLvl,
                                         ParamId::kTopLvl,   ParamId::kBottomLvl,  ParamId::kSideLvl};
@@ -63,8 +66,7 @@ private:
 
 MMixerController::MMixerController() : model(IPtr<MMixerModel>::adopt(new MMixerModel))
 {
-    // The processor starts with a mono input and a 5.1 output.
-    model->setArrangements(Arr::Mono, Arr::k51);
+    model->setArrangements(kFirstInput, kFirstOutput);
     model->setNotifyChanges(true);
     model->addDependent(this);
 }

@@ -26,6 +26,7 @@ public:
     Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override
     {
         PLX_HOST_ANSWER(iid, obj, Plx::IConnectionPoint)
+        PLX_HOST_ANSWER(iid, obj, Plx::FUnknown)
         *obj = nullptr;
         return Plx::kNoInterface;
     }
