@@ -288,7 +288,7 @@ void MMixerController::arrangementsChanged(SpeakerArrangement in, SpeakerArrange
     arrangements.clear();
     arrangements.addArrangements(keepOwnList ? in : out);
     if (Parameter* list = getParameterObject(ParamId::kOutputArr))
-        list->getInfo().stepCount = arrangements.count() > 1 ? arrangements.count() - 1 : 0;
+        list->editInfo().stepCount = arrangements.count() > 1 ? arrangements.count() - 1 : 0;
 
     if (changeParams)
         for (int32_t id : kLevelResetOrder) {
