@@ -10,6 +10,7 @@
 // rest. They share the GainPublisher and single-byte flags.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "frame/audioeffect.h"
