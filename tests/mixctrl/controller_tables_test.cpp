@@ -101,7 +101,4 @@ TEST(ControllerNames, RemoteNamesOfBothFamilies)
         EXPECT_EQ(id, 1024);
     }
     EXPECT_FALSE(Mix::mixerRemoteNameToId(nullptr, id));
-    EXPECT_STREQ(Mix::editorParamName(335), "pushInSpkL");
-    EXPECT_STREQ(Mix::editorParamName(386), "pushOutSpkLfe2");
-    EXPECT_STREQ(Mix::editorParamName(334), "hasOutBFC");
 }
