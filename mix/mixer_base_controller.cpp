@@ -248,9 +248,7 @@ bool MMixerBaseController::writeParam(ParamID id, double value, bool tellHost)
     Parameter* p = getParameterObject(id);
     if (!p)
         return false;
-    notifyParams = false;
     const bool changed = p->setNormalized(value);
-    notifyParams = true;
     if (tellHost && changed) {
         beginEdit(id);
         performEdit(id, p->getNormalized());

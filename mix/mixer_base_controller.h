@@ -107,8 +107,6 @@ protected:
     float maxInLevel = 0.0f;
     float maxOutLevel = 0.0f;
     bool processing = false;
-    // False while the controller writes parameters itself.
-    bool notifyParams = true;
     IGainView* gainView = nullptr;
     std::vector<float> gains;
 };
