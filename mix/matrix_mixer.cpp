@@ -1,9 +1,11 @@
 #include "mix/matrix_mixer.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
 
+#include "dsp/vec/vec.h"
 #include "frame/class_ids.h"
 #include "mix/mix_messages.h"
 
@@ -13,7 +15,11 @@ using namespace Plx;
 
 MatrixMixer::MatrixMixer() : MMixerBase(kMatrixMixerControllerUID, &MixParamTable::instance()) {}
 
-MatrixMixer::~MatrixMixer() = default;
+MatrixMixer::~MatrixMixer()
+{
+    DSP::Vec::free(lfeBuffer32);
+    DSP::Vec::free(lfeBuffer64);
+}
 
 void MatrixMixer::createModel()
 {
@@ -190,15 +196,108 @@ tresult MatrixMixer::setProcessing(TBool state)
     return MMixerBase::setProcessing(state);
 }
 
-void MatrixMixer::setupLfeFilter(const PlxProcessSetup&) {}
+namespace {
 
-void MatrixMixer::setLfeFilterActive(bool) {}
+constexpr double kRateTolerance = 2.220446049250313e-16;
+
+// The converter's LFE filter: a 120 Hz low-pass, Q 1, with fades of 250 ms,
+// switched off until lPFilter asks for it.
+template <class T>
+std::unique_ptr<DSP::WideFrame::FilterFade<T>> makeLfeFilter(double rate, int32_t block)
+{
+    auto filter = std::make_unique<DSP::WideFrame::FilterFade<T>>(rate, block, 250.0f, 0);
+    filter->init();
+    filter->reset();
+    filter->setFilterOff(true);
+    filter->setFilter(0, 120.0, 1.0);
+    return filter;
+}
+
+template <class T> void resizeBuffer(T*& buffer, int32_t& length, int32_t block)
+{
+    if (buffer != nullptr && length == block)
+        return;
+    DSP::Vec::free(buffer);
+    buffer = DSP::Vec::malloc<T>(static_cast<size_t>(block));
+    length = buffer ? block : 0;
+}
+
+template <class T> bool filterDiffers(const DSP::WideFrame::FilterFade<T>* filter, double rate, int32_t block)
+{
+    return !filter || std::fabs(filter->sampleRate - rate) > kRateTolerance || filter->blockSize != block;
+}
+
+} // namespace
+
+void MatrixMixer::setupLfeFilter(const PlxProcessSetup& setup)
+{
+    const double rate = setup.sampleRate;
+    const int32 block = setup.maxSamplesPerBlock;
+    if (std::fabs(rate) <= kRateTolerance || block <= 0)
+        return;
+    if (setup.symbolicSampleSize == kSample64) {
+        if (filterDiffers(lfeFilter64.get(), rate, block)) {
+            lfeFilter64 = makeLfeFilter<double>(rate, block);
+            filterBypassed = true;
+        }
+        resizeBuffer(lfeBuffer64, lfeBuffer64Length, block);
+    } else {
+        if (filterDiffers(lfeFilter32.get(), rate, block)) {
+            lfeFilter32 = makeLfeFilter<float>(rate, block);
+            filterBypassed = true;
+        }
+        resizeBuffer(lfeBuffer32, lfeBuffer32Length, block);
+    }
+}
+
+void MatrixMixer::setLfeFilterActive(bool state)
+{
+    if (lfeFilter32)
+        lfeFilter32->setActive(state);
+    if (lfeFilter64)
+        lfeFilter64->setActive(state);
+}
+
+template <class T>
+bool MatrixMixer::runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32 len, bool on)
+{
+    if (on) {
+        filter.setFilterOff(false);
+        filter.processMono(&filter, data, data, len);
+        filterBypassed = false;
+        return true;
+    }
+    if (filterBypassed)
+        return false;
+    // Switching off fades out; once no fade runs the filter is bypassed.
+    filter.setFilterOff(true);
+    if (!filter.crossFader->fading)
+        filterBypassed = true;
+    filter.processMono(&filter, data, data, len);
+    if (filterBypassed && filter.crossFader->fading)
+        filterBypassed = false; // a waiting design began a fade
+    return true;
+}
+
+template <class T>
+void MatrixMixer::filterLfeInput(DSP::WideFrame::FilterFade<T>* filter, T* buffer, T** in, int32 start, int32 len)
+{
+    if (!filter || !buffer || start + len > filter->blockSize)
+        return;
+    const bool on = mixModel && mixModel->getLowPass() && !directMode;
+    if (on || !filterBypassed) {
+        // The mix reads the filtered copy in place of the LFE input.
+        DSP::Vec::copy(in[lfeInChannel] + start, buffer + start, static_cast<size_t>(len));
+        in[lfeInChannel] = buffer;
+        runLfeFilter(*filter, buffer + start, len, on);
+    }
+}
 
 bool MatrixMixer::processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64, double** out64,
                                int32 slice, int32 numSamples, bool* changed, bool* silent)
 {
     // The mix reads its inputs through the work arrays, where the filtered
-    // LFE will take the place of the LFE input.
+    // LFE takes the place of the LFE input.
     const auto n = static_cast<size_t>(ins);
     if (in32 && inWork32.size() == n) {
         std::copy(in32, in32 + n, inWork32.begin());
@@ -208,7 +307,25 @@ bool MatrixMixer::processSlice(int32 ins, int32 outs, float** in32, float** out3
         std::copy(in64, in64 + n, inWork64.begin());
         in64 = inWork64.data();
     }
-    return MMixerBase::processSlice(ins, outs, in32, out32, in64, out64, slice, numSamples, changed, silent);
+    const int32 start = slice * sliceLength;
+    const int32 len = std::min(sliceLength, numSamples - start);
+    const bool inputSide = lfeInChannel >= 0 && lfeInChannel < ins;
+    if (inputSide && len > 0) {
+        if (in32 == inWork32.data())
+            filterLfeInput(lfeFilter32.get(), lfeBuffer32, in32, start, len);
+        if (in64 == inWork64.data())
+            filterLfeInput(lfeFilter64.get(), lfeBuffer64, in64, start, len);
+    }
+    const bool mixed = MMixerBase::processSlice(ins, outs, in32, out32, in64, out64, slice, numSamples, changed, silent);
+    if (!inputSide && lfeOutChannel >= 0 && lfeOutChannel < outs && len > 0) {
+        // After the mix, on the output's LFE; direct mode doesn't bypass it here.
+        const bool on = mixModel && mixModel->getLowPass();
+        if (out32 && lfeFilter32 && start + len <= lfeFilter32->blockSize)
+            runLfeFilter(*lfeFilter32, out32[lfeOutChannel] + start, len, on);
+        if (out64 && lfeFilter64 && start + len <= lfeFilter64->blockSize)
+            runLfeFilter(*lfeFilter64, out64[lfeOutChannel] + start, len, on);
+    }
+    return mixed;
 }
 
 } // namespace Tannhofen::Mix

@@ -3,11 +3,16 @@
 // arrangements, and takes up arrangements that a loaded state or the editor
 // asks for through a restart of the component.
 //
-// The LFE channel will be low-passed here; until then it passes unfiltered,
-// and setupLfeFilter, setLfeFilterActive and processSlice are where the filter
-// goes.
+// One LFE channel is low-passed at 120 Hz by a filter fade: the input's LFE
+// before the mix, or the output's after it when the input has none. The
+// lPFilter parameter switches it, and so does direct mode on the input side;
+// both directions fade over 250 ms.
 #pragma once
 
+#include <memory>
+
+#include "dsp/algo32/fade.h"
+#include "dsp/algo64/fade.h"
 #include "mix/mixer_base.h"
 #include "mix/mixer_model.h"
 
@@ -54,9 +59,17 @@ protected:
     void setParamValue(int32 id, double value) override;
 
 private:
-    // Builds the LFE filter for the setup; the filter doesn't exist yet.
+    // Builds the LFE filter of the setup's sample size when the rate or the
+    // block size changed, and sizes the LFE buffer.
     void setupLfeFilter(const Plx::PlxProcessSetup& setup);
     void setLfeFilterActive(bool state);
+    // Runs the filter over `len` samples of `data` in place, switched on or
+    // off as `on` says; false when it is off and settled, and nothing ran.
+    template <class T>
+    bool runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32 len, bool on);
+    // The LFE steps of one slice around the base's mix, in the block's sample size.
+    template <class T>
+    void filterLfeInput(DSP::WideFrame::FilterFade<T>* filter, T* buffer, T** in, int32 start, int32 len);
     // The channel of the LFE (bit 0x8) on one side, or -1.
     static int32 lfeChannelOf(SpeakerArrangement mask, int32 lfeCount);
     // Applies `out` with the present input, as a restart does.
@@ -71,6 +84,14 @@ private:
     // replaced by the filtered LFE.
     std::vector<float*> inWork32;
     std::vector<double*> inWork64;
+    std::unique_ptr<DSP::Algo32::FilterFade> lfeFilter32;
+    std::unique_ptr<DSP::Algo64::FilterFade> lfeFilter64;
+    // The filtered input LFE, at the offsets of the block: maxSamplesPerBlock samples.
+    float* lfeBuffer32 = nullptr;
+    double* lfeBuffer64 = nullptr;
+    int32 lfeBuffer32Length = 0;
+    int32 lfeBuffer64Length = 0;
+    bool filterBypassed = true; // switched off and faded out: the LFE passes untouched
 };
 
 } // namespace Tannhofen::Mix
