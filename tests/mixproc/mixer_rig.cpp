@@ -56,7 +56,24 @@ MixerRig::MixerRig()
     processor = IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
     point = IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
     EXPECT_EQ(component->initialize(host->unknown()), Plx::kResultOk);
-    EXPECT_EQ(point->connect(peer.get()), Plx::kResultOk);
+    Plx::TUID controllerClass{};
+    if (component->getControllerClassId(&controllerClass) == Plx::kResultOk)
+        controller = module().createInstance<Plx::IPlxEditController>(Plx::FUID(controllerClass));
+    if (controller) {
+        EXPECT_EQ(controller->initialize(host->unknown()), Plx::kResultOk);
+        handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
+        controller->setComponentHandler(handler.get());
+        controllerPoint =
+            IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(controller.get()));
+        RecordingPeer* recorder = peer.get();
+        processorPeer = IPtr<Plx::IConnectionPoint>::adopt(
+            Host::ConnectionTap::create(controllerPoint.get(), [recorder](Plx::IMessage* m) { recorder->notify(m); }));
+        EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
+        EXPECT_EQ(controllerPoint->connect(point.get()), Plx::kResultOk);
+    } else {
+        processorPeer = IPtr<Plx::IConnectionPoint>(peer.get());
+        EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
+    }
     // Let the output changes grow once, as a host's do after its first blocks.
     for (Plx::ParamID id = 400; id < 460; ++id)
         outChanges->addChange(id, 0, 0.0);
@@ -69,7 +86,12 @@ MixerRig::~MixerRig()
         return;
     if (active)
         stop();
-    point->disconnect(peer.get());
+    point->disconnect(processorPeer.get());
+    if (controller) {
+        controllerPoint->disconnect(point.get());
+        controller->setComponentHandler(nullptr);
+        controller->terminate();
+    }
     component->terminate();
 }
 

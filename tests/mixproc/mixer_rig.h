@@ -1,7 +1,8 @@
 // A MixMorph processor as a host drives it: created through the module's
-// factory, initialized with the host application, connected to a peer that
-// records the messages the processor sends, and fed planar blocks. Every
-// process call runs under the real-time guard.
+// factory, initialized with the host application, connected to its controller
+// through a host tap that records every message the processor sends (to a
+// recording peer alone when the module has no controller), and fed planar
+// blocks. Every process call runs under the real-time guard.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,7 +18,10 @@
 #include "frame/iaudioprocessor.h"
 #include "frame/icomponent.h"
 #include "frame/iconnectionpoint.h"
+#include "frame/ieditcontroller.h"
 #include "frame/imessage.h"
+#include "host/lib/component_handler.h"
+#include "host/lib/connection_tap.h"
 #include "host/lib/host_application.h"
 #include "host/lib/memory_stream.h"
 #include "host/lib/message.h"
@@ -123,6 +127,10 @@ public:
     IPtr<Plx::IAudioProcessor> processor;
     IPtr<Plx::IConnectionPoint> point;
     IPtr<RecordingPeer> peer;
+    IPtr<Plx::IPlxEditController> controller; // null when the module has none
+    IPtr<Host::ComponentHandler> handler;
+    IPtr<Plx::IConnectionPoint> controllerPoint;
+    IPtr<Plx::IConnectionPoint> processorPeer; // what the processor is connected to
     IPtr<Host::ParameterChanges> outChanges;
     long processCalls = 0;
 

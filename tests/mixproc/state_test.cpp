@@ -8,6 +8,7 @@
 #include "frame/igraphlocation.h"
 #include "mix/mix_messages.h"
 
+#include <algorithm>
 #include <random>
 
 namespace MixTest {
@@ -268,6 +269,9 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath)
         auto restart = rig.peer->withId(Msg::kRestartComponent);
         ASSERT_EQ(restart.size(), 1u);
         EXPECT_EQ(restart[0].ints["flags"], 2);
+        // The controller passes it on to the host.
+        ASSERT_TRUE(rig.controller);
+        EXPECT_EQ(std::count(rig.handler->restarts.begin(), rig.handler->restarts.end(), 2), 1);
         EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
         auto bus = rig.peer->withId(Msg::kBusArrangements);
         ASSERT_EQ(bus.size(), 1u);
