@@ -12,7 +12,7 @@
 
 namespace Tannhofen::Host {
 
-class ConnectionTap final : public Plx::IConnectionPoint, public RefCounted {
+class ConnectionTap final : public RefCounted, public Plx::IConnectionPoint {
 public:
     using Observer = std::function<void(Plx::IMessage*)>;
 
@@ -29,9 +29,6 @@ public:
     Plx::tresult connect(Plx::IConnectionPoint* other) override;
     Plx::tresult disconnect(Plx::IConnectionPoint* other) override;
     Plx::tresult notify(Plx::IMessage* message) override;
-
-    // Drops the target, so that late messages go nowhere.
-    void cut() { target.reset(); }
 
 private:
     ConnectionTap(Plx::IConnectionPoint* target, Observer observer) : target(target), observer(std::move(observer)) {}

@@ -141,7 +141,7 @@ std::vector<uint8_t> readWholeFile(const std::string& path)
     return bytes;
 }
 
-SoundReader::SoundReader(const std::string& path) : path(path)
+SoundReader::SoundReader(const std::string& path)
 {
     file = sf_open(path.c_str(), SFM_READ, &info);
     if (!file)

@@ -60,7 +60,6 @@ public:
     int64_t read(double* interleaved, int64_t count);
 
 private:
-    std::string path;
     SF_INFO info{};
     SNDFILE* file = nullptr;
 };

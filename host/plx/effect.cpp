@@ -99,8 +99,6 @@ void putU32(std::vector<uint8_t>& out, uint32_t v)
         out.push_back(static_cast<uint8_t>(v >> (8 * i)));
 }
 
-std::vector<uint8_t> streamBytes(MemoryStream* stream) { return stream->bytes(); }
-
 } // namespace
 
 std::string defaultModulePath()
@@ -333,7 +331,7 @@ std::vector<uint8_t> Effect::saveState() const
     const TUID& cid = effectClass.cid.toTUID();
     out.insert(out.end(), cid.begin(), cid.end());
     for (MemoryStream* stream : {processorState.get(), controllerState.get()}) {
-        const std::vector<uint8_t> bytes = streamBytes(stream);
+        const std::vector<uint8_t>& bytes = stream->bytes();
         putU32(out, static_cast<uint32_t>(bytes.size()));
         out.insert(out.end(), bytes.begin(), bytes.end());
     }
