@@ -23,3 +23,14 @@ export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=0:strict_strin
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 build_and_test build/asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
   -DPLX_SANITIZE=ON -DPLX_BUILD_BENCH=OFF
+
+# The libFuzzer target of the mix state reader, when clang is present.
+if command -v clang++ >/dev/null 2>&1; then
+  echo "== libFuzzer: mix state reader"
+  CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Release -DPLX_FUZZ=ON \
+    -DPLX_BUILD_TESTS=OFF -DPLX_BUILD_BENCH=OFF
+  cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer
+  corpus=$(mktemp -d)
+  trap 'rm -rf "$corpus"' EXIT
+  build/fuzz/mix_state_fuzzer -runs=100000 -max_len=1024 "$corpus" 2>&1 | tail -n 2
+fi
