@@ -32,5 +32,8 @@ if command -v clang++ >/dev/null 2>&1; then
   cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer
   corpus=$(mktemp -d)
   trap 'rm -rf "$corpus"' EXIT
-  build/fuzz/mix_state_fuzzer -runs=100000 -max_len=1024 "$corpus" 2>&1 | tail -n 2
+  if ! build/fuzz/mix_state_fuzzer -runs=100000 -max_len=1024 "$corpus/" >"$corpus.log" 2>&1; then
+    tail -n 60 "$corpus.log"; rm -f "$corpus.log"; exit 1
+  fi
+  grep -E '^Done' "$corpus.log"; rm -f "$corpus.log"
 fi
