@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstdint>
 
+#include "frame/speaker_arrangement_names.h"
+
 namespace Tannhofen::Plx {
 
 using SpeakerArrangement = uint64_t;
@@ -69,12 +71,6 @@ int32_t bitToIndex(SpeakerArrangement mask);
 int32_t channelCount(SpeakerArrangement arrangement);
 
 // One named arrangement.
-struct ArrangementInfo {
-    SpeakerArrangement mask;
-    const char* shortName;
-    const char* longName;
-};
-inline constexpr int32_t kArrangementCount = 70;
 // The named arrangements, in ascending mask order.
 const ArrangementInfo* arrangementTable();
 
