@@ -21,16 +21,13 @@ struct GainRecorder : Mix::IGainView {
     void showGains(const float* coefficients, int32_t count) override
     {
         shown.assign(coefficients, coefficients + count);
-        ++calls;
     }
     std::vector<float> shown;
-    int calls = 0;
 };
 
 // A controller created and initialized as a host does, connected to a recording peer.
 struct Fixture {
-    explicit Fixture(int32_t productCode = 0)
-        : host(IPtr<Host::HostApplication>::adopt(Host::HostApplication::create(productCode)))
+    Fixture()
     {
         EXPECT_EQ(controller->initialize(host->unknown()), kResultOk);
         controller->setComponentHandler(handler.get());
@@ -41,12 +38,6 @@ struct Fixture {
         controller->terminate();
         controller->release();
     }
-    IPtr<IMessage> message(const char* id)
-    {
-        auto m = IPtr<IMessage>::adopt(Host::HostMessage::create());
-        m->setMessageID(id);
-        return m;
-    }
     double editor(ParamID id) const
     {
         Parameter* p = controller->getEditorParameter(id);
@@ -54,7 +45,7 @@ struct Fixture {
         return p ? p->getNormalized() : -1.0;
     }
 
-    IPtr<Host::HostApplication> host;
+    IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     IPtr<Host::ComponentHandler> handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
     IPtr<RecordingPeer> peer = IPtr<RecordingPeer>::adopt(new RecordingPeer);
     MMixerController* controller = new MMixerController;
@@ -68,7 +59,7 @@ TEST(MixerController, GainViewMetersAndRequestsToTheProcessor)
     GainRecorder view;
     f.controller->setGainView(&view); // the processor is asked to publish
     const float gains[6] = {1.0f, 0.0f, 0.70710677f, 0.70710677f, 0.0f, 1.0f};
-    auto m = f.message("gainMatrix");
+    auto m = message("gainMatrix");
     m->getAttributes()->setInt("matrixSize", 6);
     m->getAttributes()->setBinary("coefficients", gains, sizeof gains);
     ASSERT_EQ(f.controller->notify(m.get()), kResultOk);
@@ -78,7 +69,7 @@ TEST(MixerController, GainViewMetersAndRequestsToTheProcessor)
     EXPECT_EQ(view.shown.size(), 6u);
     f.controller->setGainView(nullptr);
 
-    auto counts = f.message("nChannels");
+    auto counts = message("nChannels");
     counts->getAttributes()->setInt("nChannelsIn", 6);
     counts->getAttributes()->setInt("nChannelsOut", 1000);
     ASSERT_EQ(f.controller->notify(counts.get()), kResultOk);
@@ -89,7 +80,7 @@ TEST(MixerController, GainViewMetersAndRequestsToTheProcessor)
     EXPECT_EQ(f.controller->setParamNormalized(407 + 6, 0.5), kResultOk); // no such input: ignored
     EXPECT_EQ(f.controller->setParamNormalized(431 + 23, 0.25), kResultOk);
     EXPECT_FLOAT_EQ(f.controller->getInputLevels()[5], 0.5f);
-    auto running = f.message("vuMetersProcessing");
+    auto running = message("vuMetersProcessing");
     running->getAttributes()->setInt("vuMetersProcessing", 0);
     ASSERT_EQ(f.controller->notify(running.get()), kResultOk);
     EXPECT_FLOAT_EQ(f.controller->getInputLevels()[5], 0.0f);
@@ -135,24 +126,4 @@ TEST(MixerController, EditorParametersFollowArrangementsAndSolos)
     f.controller->setKeepOwnList(true); // the list from the input instead
     f.controller->arrangementsChanged(0x3F, 0x3, false);
     EXPECT_EQ(f.controller->getArrangements().all(), (std::vector<SpeakerArrangement>{0x7, 0xF, 0x37, 0x3F}));
-}
-
-TEST(MixerController, NamesOfViewsRemoteControlsAndHostSlot)
-{
-    Fixture kestra;
-    EXPECT_STREQ(kestra.controller->getEditorName("editor"), "MixMorphKestra");
-    EXPECT_EQ(kestra.controller->getEditorName("other"), nullptr);
-    for (int32_t code : {28000, 30000}) {
-        Fixture nivora(code);
-        EXPECT_STREQ(nivora.controller->getEditorName("editor"), "MixMorphNivora");
-        EXPECT_STREQ(nivora.controller->getEditorName("embeddedEditor"), "AudioPlugEmbeddedMixMorphNivora");
-    }
-    int32_t id = 0;
-    EXPECT_TRUE(kestra.controller->getParamIdByRemoteName("out:solo:front", id));
-    EXPECT_EQ(id, 271);
-
-    auto m = kestra.message("graphLocation");
-    m->getAttributes()->setInt("usedAsPanner", 1);
-    EXPECT_EQ(kestra.controller->notify(m.get()), kResultOk);
-    EXPECT_TRUE(kestra.controller->isUsedAsPanner());
 }

@@ -48,10 +48,18 @@ public:
     std::vector<Received> messages;
 };
 
+// A host message with the given ID (none when empty).
+inline Plx::IPtr<Plx::IMessage> message(const char* id)
+{
+    auto m = Plx::IPtr<Plx::IMessage>::adopt(Host::HostMessage::create());
+    if (*id)
+        m->setMessageID(id);
+    return m;
+}
+
 inline Plx::IPtr<Plx::IMessage> busMessage(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out, bool changeParams)
 {
-    auto message = Plx::IPtr<Plx::IMessage>::adopt(Host::HostMessage::create());
-    message->setMessageID("busArrangements");
+    auto message = MixCtrlTest::message("busArrangements");
     message->getAttributes()->setBinary("input", &in, sizeof in);
     message->getAttributes()->setBinary("output", &out, sizeof out);
     message->getAttributes()->setInt("changeParams", changeParams ? 1 : 0);
