@@ -1,9 +1,13 @@
 // Properties of the mix model over every pair of named arrangements, bad input
-// from a host, deferred batches, the grids, the scales and the parameter table.
+// from a host (the setters may not allocate), deferred batches, the grids, the
+// scales and the parameter table.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -17,6 +21,27 @@
 using namespace Tannhofen;
 using namespace Tannhofen::Mix;
 using namespace Tannhofen::Mix::Test;
+
+namespace {
+std::atomic<bool> counting{false};
+std::atomic<int> allocations{0};
+} // namespace
+
+// Counts heap allocations while `counting` is on. The replacements pair
+// malloc with free on purpose.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size)
+{
+    if (counting.load(std::memory_order_relaxed))
+        allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
 
 namespace {
 
@@ -124,7 +149,7 @@ TEST(MixProperties, AllPairsOfNamedArrangements)
     EXPECT_GT(unmapped, 0); // masks without a position per speaker are left out, not passed
 }
 
-TEST(MixProperties, HostMasksNeverRaiseGridErrors)
+TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate)
 {
     std::vector<Plx::SpeakerArrangement> masks;
     for (int b = 0; b < 64; ++b)
@@ -134,16 +159,28 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrors)
         masks.push_back(rng() & (k % 2 ? ~0ull : 0x3FFFFFFFFFull));
     masks.push_back(0);
     const Plx::SpeakerArrangement partners[] = {0, 0x3, 0x80000, 0x3F, 0x2D63F, 0x7307FFFF, 0xF00000};
+    // Once the arrangements are set, setters and updates run on the audio
+    // thread: they may not allocate.
     auto exercise = [](Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
         SCOPED_TRACE(testing::Message() << std::hex << in << " -> " << out);
         auto model = makeModel(in, out);
+        allocations = 0;
+        counting = true;
         for (int s = 0; s < Plx::kSpeakerIndexCount; ++s) {
             model->setParamValue(ParamId::kInputSoloFirst + s, 1.0);
             model->setParamValue(ParamId::kOutputSoloFirst + s, 1.0);
         }
-        model->setParamValue(ParamId::kSoloToCenter, 1.0);
-        model->setParamValue(ParamId::kSurroundToFront, 1.0);
-        model->setParamValue(ParamId::kLfeLevel, 1.0);
+        for (int id : {ParamId::kSoloToCenter, ParamId::kSurroundToFront, ParamId::kLfeLevel})
+            model->setParamValue(id, 1.0);
+        model->setDeferred(true);
+        for (int id = 0; id < 300; ++id)
+            model->setParamValue(id, 0.6);
+        model->setDeferred(false);
+        model->setParamValue(ParamId::kCenterLvl, 0.3);
+        model->updateMain(true);
+        model->setLfeLevel(0.3);
+        counting = false;
+        EXPECT_EQ(allocations.load(), 0);
         expectFinite(*model);
     };
     for (Plx::SpeakerArrangement mask : masks)

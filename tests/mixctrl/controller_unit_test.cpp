@@ -104,12 +104,14 @@ TEST(MixerController, EditorParametersFollowArrangementsAndSolos)
     EXPECT_EQ(f.editor(398), 1.0);     // an LFE to set
 
     EXPECT_EQ(f.editor(387), 0.0);
+    f.handler->clear();
     for (ParamID id : {70u, 71u, 72u, 73u})
         f.controller->setParamNormalized(id, 1.0); // three of four present tops, and an absent Tfc
     EXPECT_EQ(f.editor(387), 1.0);
     EXPECT_EQ(f.controller->getParamNormalized(270), 0.0);
-    f.controller->setParamNormalized(75, 1.0);
+    f.controller->setParamNormalized(75, 1.0); // the fourth: the group turns on, untold
     EXPECT_EQ(f.controller->getParamNormalized(270), 1.0);
+    EXPECT_TRUE(f.handler->edits.empty());
     EXPECT_TRUE(f.controller->isSoloGroupEnabled(270));
     EXPECT_FALSE(f.controller->isSoloGroupEnabled(272)); // nothing besides L R out
     EXPECT_FALSE(f.controller->isSoloGroupEnabled(999));
