@@ -2,6 +2,7 @@
 // sends, processor messages, and state streams written byte by byte.
 #pragma once
 
+#include <bit>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -81,9 +82,7 @@ public:
     void doubleRecord(const char* name, int32_t id, double value)
     {
         recordHead(1, name, id);
-        uint64_t bits;
-        std::memcpy(&bits, &value, 8);
-        raw64(bits);
+        raw64(std::bit_cast<uint64_t>(value));
     }
     void int64Record(const char* name, int32_t id, int64_t value)
     {
@@ -95,11 +94,7 @@ public:
         recordHead(4, name, id);
         raw16(value ? 1 : 0);
     }
-    void arrangements(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out)
-    {
-        raw64(in);
-        raw64(out);
-    }
+    void arrangements(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) { raw64(in), raw64(out); }
     void raw16(uint16_t v) { little(v, 2); }
     void raw32(uint32_t v) { little(v, 4); }
     void raw64(uint64_t v) { little(v, 8); }
