@@ -8,6 +8,7 @@
 #include "frame/icomponent.h"
 #include "host/lib/host_application.h"
 #include "host/lib/module.h"
+#include "host/lib/plugin.h"
 
 #include <gtest/gtest.h>
 
@@ -73,16 +74,14 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
     {
         namespace Plx = Tannhofen::Plx;
         auto host = Plx::IPtr<Tannhofen::Host::HostApplication>::adopt(Tannhofen::Host::HostApplication::create());
-        auto component = module->createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
-        ASSERT_TRUE(component);
-        auto processor =
-            Plx::IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
-        ASSERT_EQ(component->initialize(host->unknown()), Plx::kResultOk);
+        auto plugin = Tannhofen::Host::Plugin::create(module->factory(), Plx::kMatrixMixerProcessorUID, host.get(), &error);
+        ASSERT_TRUE(plugin) << error;
+        Plx::IAudioProcessor* processor = plugin->processor();
         Plx::SpeakerArrangement in = 0x7307FFFF, out = 0x2D63F;
         ASSERT_EQ(processor->setBusArrangements(&in, 1, &out, 1), Plx::kResultOk);
         Plx::PlxProcessSetup setup{Plx::kRealtime, Plx::kSample32, 512, 48000.0};
         ASSERT_EQ(processor->setupProcessing(&setup), Plx::kResultOk);
-        component->setActive(1);
+        plugin->component()->setActive(1);
         processor->setProcessing(1);
         std::vector<std::vector<float>> inData(24, std::vector<float>(512, 0.25f)), outData(12, std::vector<float>(512));
         std::vector<float*> inPtr, outPtr;
@@ -90,11 +89,7 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
             inPtr.push_back(c.data());
         for (auto& c : outData)
             outPtr.push_back(c.data());
-        Plx::PlxAudioBuffers inBus{}, outBus{};
-        inBus.numChannels = 24;
-        inBus.channelBuffers32 = inPtr.data();
-        outBus.numChannels = 12;
-        outBus.channelBuffers32 = outPtr.data();
+        Plx::PlxAudioBuffers inBus{24, 0, {inPtr.data()}}, outBus{12, 0, {outPtr.data()}};
         Plx::PlxProcessData data{};
         data.numSamples = 512;
         data.numInputs = data.numOutputs = 1;
@@ -104,8 +99,7 @@ TEST(NoThreads, ModuleBlasAndFftStartNone)
             ASSERT_EQ(processor->process(&data), Plx::kResultOk);
         EXPECT_GT(outData[0][511], 0.0f);
         processor->setProcessing(0);
-        component->setActive(0);
-        component->terminate();
+        plugin->component()->setActive(0);
     }
 
     EXPECT_EQ(threadCount(), before);

