@@ -72,7 +72,7 @@ enum FftFlag : int32_t {
 
 template <class T> struct FftSpec; // opaque; lives in the caller's spec buffer
 
-// Sizes in bytes of the spec, init and work buffers for a transform of 2^order points.
+// Sizes in bytes of the transform object (FftSpec), init and work buffers for a transform of 2^order points.
 Status fftGetSize(int order, int flag, int& specSize, int& initSize, int& workSize);
 // Plans the transform into specBuffer (planning happens here, off the audio
 // thread, under a lock). initBuffer may be null when initSize is 0.

@@ -1,5 +1,5 @@
 // Complex FFT on split real and imaginary arrays, over FFTW's guru split-array
-// plans. The spec holds two out-of-place plans of one length: one made for
+// plans. An FftSpec holds two out-of-place plans of one length: one made for
 // arrays aligned to FFTW's SIMD alignment and one made with FFTW_UNALIGNED,
 // chosen per call by the alignment of the arrays. The inverse runs the forward
 // plan with real and imaginary parts swapped on both sides. FFTW's planner is
