@@ -27,25 +27,23 @@ constexpr uint32_t kTaps = 268;
 constexpr uint32_t kBlock = 512;
 constexpr double kRate = 48000.0;
 
-template <class T> std::vector<std::vector<T>> randomChannels(uint32_t channels, uint32_t length, unsigned seed)
-{
+template <class T>
+std::vector<std::vector<T>> randomChannels(uint32_t channels, uint32_t length, unsigned seed) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> dist(-0.5, 0.5);
     std::vector<std::vector<T>> v(channels, std::vector<T>(length));
     for (auto& ch : v)
-        for (auto& x : ch)
-            x = T(dist(rng));
+        for (auto& x : ch) x = T(dist(rng));
     return v;
 }
 
-void reportRealTime(benchmark::State& state)
-{
+void reportRealTime(benchmark::State& state) {
     state.counters["xRealTime"] =
         benchmark::Counter(double(state.iterations()) * kBlock / kRate, benchmark::Counter::kIsRate);
 }
 
-template <class T> void FirFftFilter(benchmark::State& state)
-{
+template <class T>
+void FirFftFilter(benchmark::State& state) {
     const auto taps = randomChannels<T>(kChannels, kTaps, 1);
     auto input = randomChannels<T>(kChannels, kBlock, 2);
     auto output = randomChannels<T>(kChannels, kBlock, 3);
@@ -71,8 +69,8 @@ template <class T> void FirFftFilter(benchmark::State& state)
 
 // Time-domain convolution: per channel a history of taps - 1 samples in front
 // of the block, and one scaled add of the block per tap.
-template <class T> void DirectConvolution(benchmark::State& state)
-{
+template <class T>
+void DirectConvolution(benchmark::State& state) {
     const auto taps = randomChannels<T>(kChannels, kTaps, 1);
     const auto input = randomChannels<T>(kChannels, kBlock, 2);
     auto output = randomChannels<T>(kChannels, kBlock, 3);
@@ -83,8 +81,7 @@ template <class T> void DirectConvolution(benchmark::State& state)
             Vec::copy(input[ch].data(), x + kTaps - 1, kBlock);
             T* y = output[ch].data();
             Vec::zero(y, kBlock);
-            for (uint32_t k = 0; k < kTaps; ++k)
-                Vec::addProductC(x + kTaps - 1 - k, taps[ch][k], y, kBlock);
+            for (uint32_t k = 0; k < kTaps; ++k) Vec::addProductC(x + kTaps - 1 - k, taps[ch][k], y, kBlock);
             Vec::copy(x + kBlock, x, kTaps - 1);
         }
         benchmark::DoNotOptimize(output[0][0]);
@@ -95,8 +92,7 @@ template <class T> void DirectConvolution(benchmark::State& state)
 #ifdef PLX_HAVE_ZITA_CONVOLVER
 // One partition level of the block size: zita-convolver then does all of its
 // work inside process(), on the calling thread, and starts no thread.
-void ZitaConvolver(benchmark::State& state)
-{
+void ZitaConvolver(benchmark::State& state) {
     auto taps = randomChannels<float>(kChannels, kTaps, 1);
     const auto input = randomChannels<float>(kChannels, kBlock, 2);
     Convproc conv;
@@ -111,8 +107,7 @@ void ZitaConvolver(benchmark::State& state)
         return;
     }
     for (auto _ : state) {
-        for (uint32_t ch = 0; ch < kChannels; ++ch)
-            Vec::copy(input[ch].data(), conv.inpdata(ch), kBlock);
+        for (uint32_t ch = 0; ch < kChannels; ++ch) Vec::copy(input[ch].data(), conv.inpdata(ch), kBlock);
         conv.process(true);
         benchmark::DoNotOptimize(conv.outdata(0)[0]);
     }

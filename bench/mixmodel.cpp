@@ -11,8 +11,7 @@ namespace {
 
 constexpr double kSliceSeconds = 5.34e-3;
 
-void updateMain(benchmark::State& state, Plx::SpeakerArrangement in, Plx::SpeakerArrangement out)
-{
+void updateMain(benchmark::State& state, Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
     Mix::MMixerModel model;
     model.createGainSet();
     model.setArrangements(in, out);
@@ -24,12 +23,16 @@ void updateMain(benchmark::State& state, Plx::SpeakerArrangement in, Plx::Speake
         benchmark::DoNotOptimize(model.getGainSet()->matrix[0].data.data());
         benchmark::ClobberMemory();
     }
-    state.counters["slice"] = benchmark::Counter(kSliceSeconds, benchmark::Counter::kIsIterationInvariantRate |
-                                                                          benchmark::Counter::kInvert);
+    state.counters["slice"] = benchmark::Counter(
+        kSliceSeconds, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void BM_UpdateMain_22_2_to_7_1_4(benchmark::State& state) { updateMain(state, 0x7307FFFF, 0x2D63F); }
-void BM_UpdateMain_7_1_4_to_5_1(benchmark::State& state) { updateMain(state, 0x2D63F, 0x3F); }
+void BM_UpdateMain_22_2_to_7_1_4(benchmark::State& state) {
+    updateMain(state, 0x7307FFFF, 0x2D63F);
+}
+void BM_UpdateMain_7_1_4_to_5_1(benchmark::State& state) {
+    updateMain(state, 0x2D63F, 0x3F);
+}
 
 } // namespace
 

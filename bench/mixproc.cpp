@@ -8,8 +8,8 @@
 #include <cblas.h>
 
 #include <algorithm>
-#include <ctime>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <vector>
 
@@ -26,13 +26,11 @@ using namespace Tannhofen;
 constexpr int kBlock = 512;
 constexpr double kRate = 48000.0;
 
-Host::Module& module()
-{
+Host::Module& module() {
     static std::unique_ptr<Host::Module> m = [] {
         std::string error;
         auto loaded = Host::Module::load(PLX_MODULE_PATH, &error);
-        if (!loaded)
-            std::fprintf(stderr, "%s\n", error.c_str());
+        if (!loaded) std::fprintf(stderr, "%s\n", error.c_str());
         return loaded;
     }();
     return *m;
@@ -40,23 +38,21 @@ Host::Module& module()
 
 // CPU time of this thread: the machine may be shared, and descheduled time
 // isn't the effect's cost.
-double threadSeconds()
-{
+double threadSeconds() {
     timespec ts{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
     return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
 }
 
 // Seconds of one sgemm of (outs x ins) by (ins x kBlock), the best of a few runs.
-double sgemmSeconds(int ins, int outs)
-{
+double sgemmSeconds(int ins, int outs) {
     std::vector<float> g(ins * outs, 0.3f), x(ins * kBlock, 0.5f), y(outs * kBlock);
     double best = 1e9;
     for (int run = 0; run < 5; ++run) {
         const double t0 = threadSeconds();
         for (int k = 0; k < 400; ++k) {
-            cblas_sgemm(CblasRowMajor, CblasTrans, CblasNoTrans, outs, kBlock, ins, 1.0f, g.data(), outs, x.data(),
-                        kBlock, 0.0f, y.data(), kBlock);
+            cblas_sgemm(CblasRowMajor, CblasTrans, CblasNoTrans, outs, kBlock, ins, 1.0f, g.data(), outs,
+                        x.data(), kBlock, 0.0f, y.data(), kBlock);
             benchmark::DoNotOptimize(y.data());
         }
         best = std::min(best, (threadSeconds() - t0) / 400);
@@ -65,8 +61,7 @@ double sgemmSeconds(int ins, int outs)
 }
 
 void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement outArr,
-                bool automate)
-{
+                bool automate) {
     auto host = Plx::IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     auto component = module().createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
     if (!component) {
@@ -74,7 +69,8 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
         return;
     }
     component->initialize(host->unknown());
-    auto processor = Plx::IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
+    auto processor =
+        Plx::IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
     processor->setBusArrangements(&inArr, 1, &outArr, 1);
     Plx::PlxProcessSetup setup{Plx::kRealtime, Plx::kSample32, kBlock, kRate};
     processor->setupProcessing(&setup);
@@ -83,15 +79,15 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
 
     const int ins = Plx::getChannelCount(inArr);
     const int outs = Plx::getChannelCount(outArr);
-    std::vector<std::vector<float>> inData(ins, std::vector<float>(kBlock)), outData(outs, std::vector<float>(kBlock));
+    std::vector<std::vector<float>> inData(ins, std::vector<float>(kBlock)),
+        outData(outs, std::vector<float>(kBlock));
     std::vector<float*> inPtr(ins), outPtr(outs);
     for (int c = 0; c < ins; ++c) {
         for (int t = 0; t < kBlock; ++t)
             inData[c][t] = 0.5f * static_cast<float>(((c * 131 + t * 17) % 200) - 100) / 100.0f;
         inPtr[c] = inData[c].data();
     }
-    for (int c = 0; c < outs; ++c)
-        outPtr[c] = outData[c].data();
+    for (int c = 0; c < outs; ++c) outPtr[c] = outData[c].data();
     Plx::PlxAudioBuffers inBus{}, outBus{};
     inBus.numChannels = ins;
     inBus.channelBuffers32 = inPtr.data();
@@ -119,7 +115,8 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
         benchmark::DoNotOptimize(outData[0].data());
         ++blocks;
     }
-    const double processPerBlock = (threadSeconds() - started) / static_cast<double>(std::max<int64_t>(blocks, 1));
+    const double processPerBlock =
+        (threadSeconds() - started) / static_cast<double>(std::max<int64_t>(blocks, 1));
     const double sgemmPerBlock = sgemmSeconds(ins, outs);
     state.counters["xRealTime"] = kBlock / kRate / processPerBlock;
     state.counters["sgemmXRealTime"] = kBlock / kRate / sgemmPerBlock;
@@ -129,11 +126,21 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
     component->terminate();
 }
 
-void BM_Process_714_to_Stereo(benchmark::State& s) { runProcess(s, 0x2D63F, 0x3, false); }
-void BM_Process_222_to_714(benchmark::State& s) { runProcess(s, 0x7307FFFF, 0x2D63F, false); }
-void BM_Process_51_to_51_Routing(benchmark::State& s) { runProcess(s, 0x3F, 0x3F, false); }
-void BM_Process_222_to_714_Automated(benchmark::State& s) { runProcess(s, 0x7307FFFF, 0x2D63F, true); }
-void BM_Process_714_to_Stereo_Automated(benchmark::State& s) { runProcess(s, 0x2D63F, 0x3, true); }
+void BM_Process_714_to_Stereo(benchmark::State& s) {
+    runProcess(s, 0x2D63F, 0x3, false);
+}
+void BM_Process_222_to_714(benchmark::State& s) {
+    runProcess(s, 0x7307FFFF, 0x2D63F, false);
+}
+void BM_Process_51_to_51_Routing(benchmark::State& s) {
+    runProcess(s, 0x3F, 0x3F, false);
+}
+void BM_Process_222_to_714_Automated(benchmark::State& s) {
+    runProcess(s, 0x7307FFFF, 0x2D63F, true);
+}
+void BM_Process_714_to_Stereo_Automated(benchmark::State& s) {
+    runProcess(s, 0x2D63F, 0x3, true);
+}
 
 BENCHMARK(BM_Process_714_to_Stereo);
 BENCHMARK(BM_Process_222_to_714);

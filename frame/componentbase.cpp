@@ -7,25 +7,20 @@ namespace Tannhofen::Plx {
 
 ComponentBase::~ComponentBase() = default;
 
-tresult ComponentBase::queryInterface(const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
+tresult ComponentBase::queryInterface(const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
     PLX_QUERY_INTERFACE(iid, obj, IPluginBase)
     PLX_QUERY_INTERFACE(iid, obj, IConnectionPoint)
     return FObject::queryInterface(iid, obj);
 }
 
-tresult ComponentBase::initialize(FUnknown* context)
-{
-    if (hostContext)
-        return kResultFalse;
+tresult ComponentBase::initialize(FUnknown* context) {
+    if (hostContext) return kResultFalse;
     hostContext = IPtr<FUnknown>(context);
     return kResultOk;
 }
 
-tresult ComponentBase::terminate()
-{
+tresult ComponentBase::terminate() {
     hostContext.reset();
     if (peerConnection) {
         // Keep the peer alive across its own disconnect call.
@@ -35,31 +30,23 @@ tresult ComponentBase::terminate()
     return kResultOk;
 }
 
-tresult ComponentBase::connect(IConnectionPoint* other)
-{
-    if (!other)
-        return kInvalidArgument;
-    if (peerConnection)
-        return kResultFalse;
+tresult ComponentBase::connect(IConnectionPoint* other) {
+    if (!other) return kInvalidArgument;
+    if (peerConnection) return kResultFalse;
     peerConnection = IPtr<IConnectionPoint>(other);
     return kResultOk;
 }
 
-tresult ComponentBase::disconnect(IConnectionPoint* other)
-{
-    if (!peerConnection || other != peerConnection.get())
-        return kResultFalse;
+tresult ComponentBase::disconnect(IConnectionPoint* other) {
+    if (!peerConnection || other != peerConnection.get()) return kResultFalse;
     peerConnection.reset();
     return kResultOk;
 }
 
-tresult ComponentBase::notify(IMessage* message)
-{
-    if (!message)
-        return kInvalidArgument;
+tresult ComponentBase::notify(IMessage* message) {
+    if (!message) return kInvalidArgument;
     const char* id = message->getMessageID();
-    if (!FObject::classIDsEqual(id, kTextMessageID))
-        return kResultFalse;
+    if (!FObject::classIDsEqual(id, kTextMessageID)) return kResultFalse;
     IPlxAttributes* attributes = message->getAttributes();
     char16 text[256] = {};
     if (!attributes || attributes->getString(kTextAttribute, text, sizeof text) != kResultOk)
@@ -68,31 +55,27 @@ tresult ComponentBase::notify(IMessage* message)
     return receiveText(utf16ToUtf8(text).c_str());
 }
 
-tresult ComponentBase::receiveText(const char*) { return kResultOk; }
+tresult ComponentBase::receiveText(const char*) {
+    return kResultOk;
+}
 
-IMessage* ComponentBase::allocateMessage()
-{
-    IPtr<IPlxHostApplication> host = IPtr<IPlxHostApplication>::adopt(queryInterfaceOf<IPlxHostApplication>(hostContext.get()));
-    if (!host)
-        return nullptr;
+IMessage* ComponentBase::allocateMessage() {
+    IPtr<IPlxHostApplication> host =
+        IPtr<IPlxHostApplication>::adopt(queryInterfaceOf<IPlxHostApplication>(hostContext.get()));
+    if (!host) return nullptr;
     void* obj = nullptr;
-    if (host->createInstance(IMessage::iid, IMessage::iid, &obj) != kResultOk)
-        return nullptr;
+    if (host->createInstance(IMessage::iid, IMessage::iid, &obj) != kResultOk) return nullptr;
     return static_cast<IMessage*>(obj);
 }
 
-tresult ComponentBase::sendMessage(IMessage* message)
-{
-    if (!message || !peerConnection)
-        return kResultFalse;
+tresult ComponentBase::sendMessage(IMessage* message) {
+    if (!message || !peerConnection) return kResultFalse;
     return peerConnection->notify(message);
 }
 
-tresult ComponentBase::sendTextMessage(const char* text)
-{
+tresult ComponentBase::sendTextMessage(const char* text) {
     IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
-    if (!message)
-        return kResultFalse;
+    if (!message) return kResultFalse;
     message->setMessageID(kTextMessageID);
     std::string cut = text ? text : "";
     if (cut.size() > kMaxTextBytes) {
@@ -107,11 +90,9 @@ tresult ComponentBase::sendTextMessage(const char* text)
     return sendMessage(message.get());
 }
 
-tresult ComponentBase::sendMessageID(const char* messageID)
-{
+tresult ComponentBase::sendMessageID(const char* messageID) {
     IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
-    if (!message)
-        return kResultFalse;
+    if (!message) return kResultFalse;
     message->setMessageID(messageID);
     return sendMessage(message.get());
 }

@@ -11,9 +11,13 @@ namespace Tannhofen::Plx {
 
 // FUnknown's reference counting for a class with several interface bases:
 // all of them count on the one FObject count.
-#define PLX_REFCOUNT_METHODS(BaseClass)                                      \
-    ::Tannhofen::Plx::uint32 addRef() override { return BaseClass::addRef(); } \
-    ::Tannhofen::Plx::uint32 release() override { return BaseClass::release(); }
+#define PLX_REFCOUNT_METHODS(BaseClass)           \
+    ::Tannhofen::Plx::uint32 addRef() override {  \
+        return BaseClass::addRef();               \
+    }                                             \
+    ::Tannhofen::Plx::uint32 release() override { \
+        return BaseClass::release();              \
+    }
 
 class ComponentBase : public FObject, public IPluginBase, public IConnectionPoint {
 public:

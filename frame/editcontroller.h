@@ -71,7 +71,8 @@ protected:
 class Unit : public FObject {
 public:
     PLX_OBJ_METHODS(Unit, FObject, "Plx::Unit")
-    Unit(const char16* name, UnitID id, UnitID parentId = kRootUnitId, ProgramListID programListId = kNoProgramListId);
+    Unit(const char16* name, UnitID id, UnitID parentId = kRootUnitId,
+         ProgramListID programListId = kNoProgramListId);
     const UnitInfo& getInfo() const { return info; }
 
 protected:

@@ -23,8 +23,7 @@ constexpr const char* kVendorEmail = "plugins@tannhofen.de";
 constexpr const char* kClassVersion = "10.0.10.23";
 constexpr const char* kSdkVersion = "PLX 3.7.0";
 
-FactoryInfo makeFactoryInfo()
-{
+FactoryInfo makeFactoryInfo() {
     FactoryInfo info;
     copyBounded(info.vendor, sizeof info.vendor, kVendor);
     copyBounded(info.url, sizeof info.url, kVendorUrl);
@@ -33,8 +32,7 @@ FactoryInfo makeFactoryInfo()
     return info;
 }
 
-ClassInfo2 makeClassInfo2(const ClassTableRow& row)
-{
+ClassInfo2 makeClassInfo2(const ClassTableRow& row) {
     ClassInfo2 info;
     std::memset(&info, 0, sizeof info);
     info.cid = row.cid.toTUID();
@@ -53,19 +51,15 @@ ClassInfo2 makeClassInfo2(const ClassTableRow& row)
 
 PlxFactory::PlxFactory(const FactoryInfo& info) : factoryInfo(info) {}
 
-PlxFactory::~PlxFactory()
-{
-    if (gFactory == this)
-        gFactory = nullptr;
+PlxFactory::~PlxFactory() {
+    if (gFactory == this) gFactory = nullptr;
     std::free(classes);
 }
 
-tresult PlxFactory::queryInterface(const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
-    if (equalTUID(iid, FUnknown::iid) || equalTUID(iid, IPlxFactory::iid) || equalTUID(iid, IPlxFactory2::iid) ||
-        equalTUID(iid, IPlxFactory3::iid)) {
+tresult PlxFactory::queryInterface(const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
+    if (equalTUID(iid, FUnknown::iid) || equalTUID(iid, IPlxFactory::iid) ||
+        equalTUID(iid, IPlxFactory2::iid) || equalTUID(iid, IPlxFactory3::iid)) {
         addRef();
         *obj = static_cast<IPlxFactory3*>(this);
         return kResultOk;
@@ -74,10 +68,11 @@ tresult PlxFactory::queryInterface(const TUID& iid, void** obj)
     return kNoInterface;
 }
 
-uint32 PlxFactory::addRef() { return static_cast<uint32>(++refCount); }
+uint32 PlxFactory::addRef() {
+    return static_cast<uint32>(++refCount);
+}
 
-uint32 PlxFactory::release()
-{
+uint32 PlxFactory::release() {
     const int32 left = --refCount;
     if (left == 0) {
         refCount = -1000;
@@ -87,23 +82,18 @@ uint32 PlxFactory::release()
     return static_cast<uint32>(left);
 }
 
-tresult PlxFactory::getFactoryInfo(FactoryInfo* info)
-{
-    if (info)
-        *info = factoryInfo;
+tresult PlxFactory::getFactoryInfo(FactoryInfo* info) {
+    if (info) *info = factoryInfo;
     return kResultOk;
 }
 
-const PlxFactory::ClassEntry* PlxFactory::entry(int32 index) const
-{
+const PlxFactory::ClassEntry* PlxFactory::entry(int32 index) const {
     return index >= 0 && index < count ? &classes[index] : nullptr;
 }
 
-tresult PlxFactory::getClassInfo(int32 index, ClassInfo* info)
-{
+tresult PlxFactory::getClassInfo(int32 index, ClassInfo* info) {
     const ClassEntry* e = entry(index);
-    if (!info || !e)
-        return kInvalidArgument;
+    if (!info || !e) return kInvalidArgument;
     if (e->isUnicode) {
         std::memset(info, 0, sizeof *info);
         return kResultFalse;
@@ -112,11 +102,9 @@ tresult PlxFactory::getClassInfo(int32 index, ClassInfo* info)
     return kResultOk;
 }
 
-tresult PlxFactory::getClassInfo2(int32 index, ClassInfo2* info)
-{
+tresult PlxFactory::getClassInfo2(int32 index, ClassInfo2* info) {
     const ClassEntry* e = entry(index);
-    if (!info || !e)
-        return kInvalidArgument;
+    if (!info || !e) return kInvalidArgument;
     if (e->isUnicode) {
         std::memset(info, 0, sizeof *info);
         return kResultFalse;
@@ -125,30 +113,24 @@ tresult PlxFactory::getClassInfo2(int32 index, ClassInfo2* info)
     return kResultOk;
 }
 
-tresult PlxFactory::getClassInfoUnicode(int32 index, ClassInfoW* info)
-{
+tresult PlxFactory::getClassInfoUnicode(int32 index, ClassInfoW* info) {
     const ClassEntry* e = entry(index);
-    if (!info || !e)
-        return kInvalidArgument;
+    if (!info || !e) return kInvalidArgument;
     *info = e->info16;
     return kResultOk;
 }
 
-tresult PlxFactory::createInstance(const TUID& cid, const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
+tresult PlxFactory::createInstance(const TUID& cid, const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
     *obj = nullptr;
     for (int32 i = 0; i < count; ++i) {
-        if (!equalTUID(cid, classes[i].info8.cid))
-            continue;
+        if (!equalTUID(cid, classes[i].info8.cid)) continue;
         FUnknown* instance = classes[i].createFunc(classes[i].context);
         if (instance) {
             const tresult result = instance->queryInterface(iid, obj);
             // The host's reference is the only one left, or the object dies.
             instance->release();
-            if (result == kResultOk)
-                return kResultOk;
+            if (result == kResultOk) return kResultOk;
             *obj = nullptr;
         }
         break;
@@ -156,34 +138,29 @@ tresult PlxFactory::createInstance(const TUID& cid, const TUID& iid, void** obj)
     return kNoInterface;
 }
 
-tresult PlxFactory::setHostContext(FUnknown*) { return kNotImplemented; }
+tresult PlxFactory::setHostContext(FUnknown*) {
+    return kNotImplemented;
+}
 
-bool PlxFactory::grow()
-{
-    if (count < capacity)
-        return true;
+bool PlxFactory::grow() {
+    if (count < capacity) return true;
     void* larger = std::realloc(classes, sizeof(ClassEntry) * static_cast<size_t>(capacity + kGrowBy));
-    if (!larger)
-        return false;
+    if (!larger) return false;
     classes = static_cast<ClassEntry*>(larger);
     capacity += kGrowBy;
     return true;
 }
 
 bool PlxFactory::addEntry(const ClassInfo2& info8, const ClassInfoW& info16, ClassCreateFunc createFunc,
-                          void* context, bool isUnicode)
-{
-    if (!createFunc || !grow())
-        return false;
+                          void* context, bool isUnicode) {
+    if (!createFunc || !grow()) return false;
     classes[count] = ClassEntry{info8, info16, createFunc, context, isUnicode};
     ++count;
     return true;
 }
 
-bool PlxFactory::registerClass(const ClassInfo2* info, ClassCreateFunc createFunc, void* context)
-{
-    if (!info)
-        return false;
+bool PlxFactory::registerClass(const ClassInfo2* info, ClassCreateFunc createFunc, void* context) {
+    if (!info) return false;
     // The 16-bit form: the texts widened, the rest as it is.
     ClassInfoW wide;
     std::memset(&wide, 0, sizeof wide);
@@ -199,10 +176,8 @@ bool PlxFactory::registerClass(const ClassInfo2* info, ClassCreateFunc createFun
     return addEntry(*info, wide, createFunc, context, false);
 }
 
-bool PlxFactory::registerClassW(const ClassInfoW* info, ClassCreateFunc createFunc, void* context)
-{
-    if (!info)
-        return false;
+bool PlxFactory::registerClassW(const ClassInfoW* info, ClassCreateFunc createFunc, void* context) {
+    if (!info) return false;
     ClassInfo2 narrow;
     std::memset(&narrow, 0, sizeof narrow);
     narrow.cid = info->cid;
@@ -217,16 +192,14 @@ bool PlxFactory::registerClassW(const ClassInfoW* info, ClassCreateFunc createFu
     return addEntry(narrow, *info, createFunc, context, true);
 }
 
-IPlxFactory* getPluginFactory(std::span<const ClassTableRow> rows)
-{
+IPlxFactory* getPluginFactory(std::span<const ClassTableRow> rows) {
     if (gFactory) {
         gFactory->addRef();
         return gFactory;
     }
     static const FactoryInfo factoryInfo = makeFactoryInfo();
     gFactory = new (std::nothrow) PlxFactory(factoryInfo);
-    if (!gFactory)
-        return nullptr;
+    if (!gFactory) return nullptr;
     // All or nothing: a copy that fails the check offers no class at all.
     if (!copyProtectionPasses()) {
         gFactory->release();
@@ -239,19 +212,18 @@ IPlxFactory* getPluginFactory(std::span<const ClassTableRow> rows)
     return gFactory;
 }
 
-bool initModule(void* moduleHandle)
-{
-    if (++gLoadCount == 1 && !gModuleHandle)
-        gModuleHandle = moduleHandle;
+bool initModule(void* moduleHandle) {
+    if (++gLoadCount == 1 && !gModuleHandle) gModuleHandle = moduleHandle;
     return true;
 }
 
-bool exitModule()
-{
+bool exitModule() {
     // A surplus ExitDll drives the count below zero and answers false.
     return --gLoadCount >= 0;
 }
 
-void* getModuleHandle() { return gModuleHandle; }
+void* getModuleHandle() {
+    return gModuleHandle;
+}
 
 } // namespace Tannhofen::Plx

@@ -17,8 +17,7 @@ using ClassCreateFunc = FUnknown* (*)(void* context);
 // Builds a C and hands it out as its Face (the interface the class table
 // names); null when allocation fails.
 template <class C, class Face>
-FUnknown* createInstanceAs(void*)
-{
+FUnknown* createInstanceAs(void*) {
     C* obj = new (std::nothrow) C();
     return obj ? static_cast<FUnknown*>(static_cast<Face*>(obj)) : nullptr;
 }
@@ -54,8 +53,8 @@ private:
     };
     ~PlxFactory();
     bool grow();
-    bool addEntry(const ClassInfo2& info8, const ClassInfoW& info16, ClassCreateFunc createFunc, void* context,
-                  bool isUnicode);
+    bool addEntry(const ClassInfo2& info8, const ClassInfoW& info16, ClassCreateFunc createFunc,
+                  void* context, bool isUnicode);
     const ClassEntry* entry(int32 index) const;
 
     std::atomic<int32> refCount{1};

@@ -4,10 +4,8 @@
 
 namespace Tannhofen::Plx {
 
-tresult FObject::queryInterface(const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
+tresult FObject::queryInterface(const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
     PLX_QUERY_INTERFACE(iid, obj, IDependent)
     PLX_QUERY_INTERFACE(iid, obj, FObject)
     if (equalTUID(iid, FUnknown::iid)) {
@@ -19,10 +17,11 @@ tresult FObject::queryInterface(const TUID& iid, void** obj)
     return kNoInterface;
 }
 
-uint32 FObject::addRef() { return static_cast<uint32>(++refCount); }
+uint32 FObject::addRef() {
+    return static_cast<uint32>(++refCount);
+}
 
-uint32 FObject::release()
-{
+uint32 FObject::release() {
     const int32 count = --refCount;
     if (count == 0) {
         refCount = kDestroyingCount;
@@ -36,31 +35,27 @@ void FObject::update(FUnknown*, int32) {}
 
 FObject::~FObject() = default;
 
-bool FObject::isTypeOf(const char* name, bool) const { return classIDsEqual(name, getFClassID()); }
+bool FObject::isTypeOf(const char* name, bool) const {
+    return classIDsEqual(name, getFClassID());
+}
 
-void FObject::addDependent(IDependent* dependent)
-{
+void FObject::addDependent(IDependent* dependent) {
     if (dependent && std::find(dependents.begin(), dependents.end(), dependent) == dependents.end())
         dependents.push_back(dependent);
 }
 
-void FObject::removeDependent(IDependent* dependent)
-{
+void FObject::removeDependent(IDependent* dependent) {
     dependents.erase(std::remove(dependents.begin(), dependents.end(), dependent), dependents.end());
 }
 
-void FObject::changed(int32 message)
-{
-    if (dependents.empty())
-        return;
+void FObject::changed(int32 message) {
+    if (dependents.empty()) return;
     // A dependent may remove itself while it is told.
     const std::vector<IDependent*> told = dependents;
-    for (IDependent* dependent : told)
-        dependent->update(static_cast<IDependent*>(this), message);
+    for (IDependent* dependent : told) dependent->update(static_cast<IDependent*>(this), message);
 }
 
-void FObject::deferUpdate(int32 message)
-{
+void FObject::deferUpdate(int32 message) {
     changed(message);
     updateDone(message);
 }

@@ -72,33 +72,36 @@ private:
 
 // Declares the run-time class name of a frame class; BaseClass is its FObject
 // base (the chain of isTypeOf).
-#define PLX_OBJ_METHODS(ClassName, BaseClass, NameString)                                           \
-    static const char* getFClassID() { return NameString; }                                         \
-    const char* getClassName() const override { return NameString; }                                \
-    bool isA(const char* name) const override { return isTypeOf(name, false); }                     \
-    bool isTypeOf(const char* name, bool askBaseClass = true) const override                        \
-    {                                                                                               \
-        return ::Tannhofen::Plx::FObject::classIDsEqual(name, NameString) ||                         \
-               (askBaseClass && BaseClass::isTypeOf(name, true));                                   \
+#define PLX_OBJ_METHODS(ClassName, BaseClass, NameString)                      \
+    static const char* getFClassID() {                                         \
+        return NameString;                                                     \
+    }                                                                          \
+    const char* getClassName() const override {                                \
+        return NameString;                                                     \
+    }                                                                          \
+    bool isA(const char* name) const override {                                \
+        return isTypeOf(name, false);                                          \
+    }                                                                          \
+    bool isTypeOf(const char* name, bool askBaseClass = true) const override { \
+        return ::Tannhofen::Plx::FObject::classIDsEqual(name, NameString) ||   \
+               (askBaseClass && BaseClass::isTypeOf(name, true));              \
     }
 
 // Answers `iid` with this object's Interface face, adding a reference.
-#define PLX_QUERY_INTERFACE(iidArg, objArg, Interface)                                               \
-    if (::Tannhofen::Plx::equalTUID(iidArg, Interface::iid)) {                                      \
-        addRef();                                                                                   \
-        *(objArg) = static_cast<Interface*>(this);                                                  \
-        return ::Tannhofen::Plx::kResultOk;                                                         \
+#define PLX_QUERY_INTERFACE(iidArg, objArg, Interface)         \
+    if (::Tannhofen::Plx::equalTUID(iidArg, Interface::iid)) { \
+        addRef();                                              \
+        *(objArg) = static_cast<Interface*>(this);             \
+        return ::Tannhofen::Plx::kResultOk;                    \
     }
 
 // A class-name cast: the object as a C when it is one by isTypeOf, else null.
 template <class C>
-C* FCast(FObject* obj)
-{
+C* FCast(FObject* obj) {
     return obj && obj->isTypeOf(C::getFClassID(), true) ? static_cast<C*>(obj) : nullptr;
 }
 template <class C>
-const C* FCast(const FObject* obj)
-{
+const C* FCast(const FObject* obj) {
     return obj && obj->isTypeOf(C::getFClassID(), true) ? static_cast<const C*>(obj) : nullptr;
 }
 

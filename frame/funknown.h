@@ -39,8 +39,7 @@ using TUID = std::array<uint8_t, 16>;
 
 // Lays out the four words of an ID: l1 least significant byte first; then
 // bytes 2, 3, 0, 1 of l2; then l3 and l4 most significant byte first.
-constexpr TUID makeTUID(uint32_t l1, uint32_t l2, uint32_t l3, uint32_t l4)
-{
+constexpr TUID makeTUID(uint32_t l1, uint32_t l2, uint32_t l3, uint32_t l4) {
     auto b = [](uint32_t w, int i) { return static_cast<uint8_t>(w >> (8 * i)); };
     return TUID{b(l1, 0), b(l1, 1), b(l1, 2), b(l1, 3), //
                 b(l2, 2), b(l2, 3), b(l2, 0), b(l2, 1), //
@@ -53,7 +52,9 @@ constexpr TUID makeTUID(uint32_t l1, uint32_t l2, uint32_t l3, uint32_t l4)
     static constexpr ::Tannhofen::Plx::TUID iid = ::Tannhofen::Plx::makeTUID(l1, l2, l3, l4)
 
 // Compares 16 bytes of an ID given by pointer, as hosts hand them over.
-inline bool equalTUID(const TUID& a, const TUID& b) { return std::memcmp(a.data(), b.data(), 16) == 0; }
+inline bool equalTUID(const TUID& a, const TUID& b) {
+    return std::memcmp(a.data(), b.data(), 16) == 0;
+}
 
 // The base interface: interface queries and reference counting. queryInterface
 // hands out one reference for the caller, or clears *obj and answers
@@ -76,11 +77,9 @@ public:
     constexpr FUID(uint32_t l1, uint32_t l2, uint32_t l3, uint32_t l4) : data(makeTUID(l1, l2, l3, l4)) {}
     constexpr explicit FUID(const TUID& id) : data(id) {}
 
-    constexpr bool isValid() const
-    {
+    constexpr bool isValid() const {
         for (auto b : data)
-            if (b != 0)
-                return true;
+            if (b != 0) return true;
         return false;
     }
     constexpr const TUID& toTUID() const { return data; }
@@ -92,13 +91,10 @@ private:
 
 // Asks `unknown` for interface I; the result holds one reference or is null.
 template <class I>
-I* queryInterfaceOf(FUnknown* unknown)
-{
-    if (!unknown)
-        return nullptr;
+I* queryInterfaceOf(FUnknown* unknown) {
+    if (!unknown) return nullptr;
     void* obj = nullptr;
-    if (unknown->queryInterface(I::iid, &obj) != kResultOk)
-        return nullptr;
+    if (unknown->queryInterface(I::iid, &obj) != kResultOk) return nullptr;
     return static_cast<I*>(obj);
 }
 
@@ -108,36 +104,29 @@ class IPtr {
 public:
     IPtr() = default;
     // Takes over a reference that the caller already holds.
-    static IPtr adopt(I* p)
-    {
+    static IPtr adopt(I* p) {
         IPtr r;
         r.ptr = p;
         return r;
     }
     // Shares: adds a reference of its own.
-    IPtr(I* p) : ptr(p)
-    {
-        if (ptr)
-            ptr->addRef();
+    IPtr(I* p) : ptr(p) {
+        if (ptr) ptr->addRef();
     }
     IPtr(const IPtr& o) : IPtr(o.ptr) {}
     IPtr(IPtr&& o) noexcept : ptr(o.ptr) { o.ptr = nullptr; }
-    IPtr& operator=(IPtr o) noexcept
-    {
+    IPtr& operator=(IPtr o) noexcept {
         std::swap(ptr, o.ptr);
         return *this;
     }
-    ~IPtr()
-    {
-        if (ptr)
-            ptr->release();
+    ~IPtr() {
+        if (ptr) ptr->release();
     }
     I* get() const { return ptr; }
     I* operator->() const { return ptr; }
     explicit operator bool() const { return ptr != nullptr; }
     // Gives up the held reference to the caller.
-    I* take()
-    {
+    I* take() {
         I* p = ptr;
         ptr = nullptr;
         return p;

@@ -9,10 +9,10 @@ namespace Tannhofen::Plx {
 // Flags of restartComponent.
 enum RestartFlags : int32 {
     kReloadComponent = 1 << 0,
-    kIoChanged = 1 << 1,            // the bus layout changed
+    kIoChanged = 1 << 1, // the bus layout changed
     kParamValuesChanged = 1 << 2,
     kLatencyChanged = 1 << 3,
-    kParamTitlesChanged = 1 << 4,   // parameter titles or ranges changed
+    kParamTitlesChanged = 1 << 4, // parameter titles or ranges changed
 };
 
 class IComponentHandler : public FUnknown {

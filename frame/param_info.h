@@ -12,9 +12,9 @@ struct ParamInfoRecord {
     enum Type : int32_t { kInteger = 0, kFloat = 1, kOnOff = 2, kList = 4 };
     // Row flags.
     static constexpr uint32_t kAutomatable = 1u << 0;
-    static constexpr uint32_t kNotSliced = 1u << 1;   // kept out of the per-slice queues
-    static constexpr uint32_t kReadOnly = 1u << 2;    // published as read-only
-    static constexpr uint32_t kNotSaved = 0x20000u;   // left out of the state
+    static constexpr uint32_t kNotSliced = 1u << 1; // kept out of the per-slice queues
+    static constexpr uint32_t kReadOnly = 1u << 2;  // published as read-only
+    static constexpr uint32_t kNotSaved = 0x20000u; // left out of the state
 
     int32_t id;
     char name[128];
@@ -26,10 +26,10 @@ struct ParamInfoRecord {
     double step;
     int32_t type;
     uint32_t flags;
-    char format[12];    // printf text for the value
+    char format[12]; // printf text for the value
     int32_t precision;
     int32_t extra;
-    int32_t reserved;   // always 0
+    int32_t reserved; // always 0
 };
 
 static_assert(sizeof(ParamInfoRecord) == 456, "one table row is 456 bytes");

@@ -19,8 +19,9 @@ public:
 
     Parameter();
     explicit Parameter(const ParameterInfo& info);
-    Parameter(const char16* title, ParamID id, const char16* units = nullptr, ParamValue defaultNormalized = 0.0,
-              int32 stepCount = 0, int32 flags = ParameterInfo::kCanAutomate, UnitID unitId = kRootUnitId,
+    Parameter(const char16* title, ParamID id, const char16* units = nullptr,
+              ParamValue defaultNormalized = 0.0, int32 stepCount = 0,
+              int32 flags = ParameterInfo::kCanAutomate, UnitID unitId = kRootUnitId,
               const char16* shortTitle = nullptr);
 
     virtual const ParameterInfo& getInfo() const { return info; }
@@ -113,9 +114,9 @@ public:
     // is refused and released; the answer is then null.
     Parameter* addParameter(Parameter* p);
     Parameter* addParameter(const ParameterInfo& info);
-    Parameter* addParameter(const char16* title, const char16* units, int32 stepCount, ParamValue defaultNormalized,
-                            int32 flags, ParamID id, UnitID unitId = kRootUnitId,
-                            const char16* shortTitle = nullptr);
+    Parameter* addParameter(const char16* title, const char16* units, int32 stepCount,
+                            ParamValue defaultNormalized, int32 flags, ParamID id,
+                            UnitID unitId = kRootUnitId, const char16* shortTitle = nullptr);
 
     int32 getParameterCount() const { return static_cast<int32>(params.size()); }
     Parameter* getParameterByIndex(int32 index) const;

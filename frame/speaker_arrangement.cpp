@@ -5,11 +5,9 @@
 
 namespace Tannhofen::Plx {
 
-SpeakerArrangement indexToBit(int32_t index)
-{
+SpeakerArrangement indexToBit(int32_t index) {
     int32_t bit;
-    if (index < 0)
-        return 0;
+    if (index < 0) return 0;
     if (index <= 2)
         bit = index;
     else if (index <= 16)
@@ -25,34 +23,32 @@ SpeakerArrangement indexToBit(int32_t index)
     return bit < 64 ? SpeakerArrangement{1} << bit : 0;
 }
 
-int32_t bitToIndex(SpeakerArrangement mask)
-{
-    if (mask == Speaker::LFE)
-        return kLfeIndex;
-    if (mask == Speaker::LFE2)
-        return kLfe2Index;
-    if (mask == 0)
-        return -1;
+int32_t bitToIndex(SpeakerArrangement mask) {
+    if (mask == Speaker::LFE) return kLfeIndex;
+    if (mask == Speaker::LFE2) return kLfe2Index;
+    if (mask == 0) return -1;
     // The bit number, rounded from the logarithm as the solo tables always did.
-    const auto n = static_cast<int32_t>(std::trunc(std::log(static_cast<double>(mask)) / 0.6931471805599453 + 0.5));
-    if (mask > 0xFFFFFF)
-        return n - 7;
-    if (mask > 8)
-        return n - 1;
+    const auto n =
+        static_cast<int32_t>(std::trunc(std::log(static_cast<double>(mask)) / 0.6931471805599453 + 0.5));
+    if (mask > 0xFFFFFF) return n - 7;
+    if (mask > 8) return n - 1;
     return n;
 }
 
-int32_t channelCount(SpeakerArrangement arrangement) { return std::popcount(arrangement); }
+int32_t channelCount(SpeakerArrangement arrangement) {
+    return std::popcount(arrangement);
+}
 
-const ArrangementInfo* arrangementTable() { return kArrangements; }
+const ArrangementInfo* arrangementTable() {
+    return kArrangements;
+}
 
-const char* speakerArrangementName(SpeakerArrangement arrangement, bool longForm)
-{
+const char* speakerArrangementName(SpeakerArrangement arrangement, bool longForm) {
     const auto* end = kArrangements + kArrangementCount;
-    const auto* it = std::lower_bound(kArrangements, end, arrangement,
-                                      [](const ArrangementInfo& a, SpeakerArrangement m) { return a.mask < m; });
-    if (it == end || it->mask != arrangement)
-        return "";
+    const auto* it =
+        std::lower_bound(kArrangements, end, arrangement,
+                         [](const ArrangementInfo& a, SpeakerArrangement m) { return a.mask < m; });
+    if (it == end || it->mask != arrangement) return "";
     return longForm ? it->longName : it->shortName;
 }
 

@@ -12,7 +12,9 @@ namespace Tannhofen::Plx {
 using SpeakerArrangement = uint64_t;
 
 // Number of channels of an arrangement: its set bits.
-inline int32_t getChannelCount(SpeakerArrangement arr) { return std::popcount(arr); }
+inline int32_t getChannelCount(SpeakerArrangement arr) {
+    return std::popcount(arr);
+}
 
 // The speaker bits.
 namespace Speaker {

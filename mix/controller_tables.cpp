@@ -28,19 +28,32 @@ constexpr SoloGroup kGroups[] = {
 };
 
 constexpr SpeakerArrangement kHasSets[EditorParamId::kHasCount] = {
-    Spk::L | Spk::R,            Spk::L | Spk::R | Spk::C, Spk::C,           Spk::Ls | Spk::Rs,
-    Spk::L | Spk::R | Spk::Cs,  Spk::Cs,                  Spk::L | Spk::R | Spk::C | Spk::Cs,
-    Spk::LFE,                   Spk::Tsl | Spk::Tsr,      Spk::Tfl | Spk::Tfr, Spk::Tfc,
-    Spk::Tc,                    Spk::Trl | Spk::Trr,      Spk::Trc,          Spk::LFE2,
-    Spk::Bfl | Spk::Bfr,        Spk::Bfc,
+    Spk::L | Spk::R,
+    Spk::L | Spk::R | Spk::C,
+    Spk::C,
+    Spk::Ls | Spk::Rs,
+    Spk::L | Spk::R | Spk::Cs,
+    Spk::Cs,
+    Spk::L | Spk::R | Spk::C | Spk::Cs,
+    Spk::LFE,
+    Spk::Tsl | Spk::Tsr,
+    Spk::Tfl | Spk::Tfr,
+    Spk::Tfc,
+    Spk::Tc,
+    Spk::Trl | Spk::Trr,
+    Spk::Trc,
+    Spk::LFE2,
+    Spk::Bfl | Spk::Bfr,
+    Spk::Bfc,
 };
 
 constexpr const char* kHasWords[EditorParamId::kHasCount] = {
-    "LR", "LRC", "C", "SLR", "LRS", "CS", "LRCS", "Lfe", "TSLR", "TFLR", "TFC", "Tc", "TRLR", "TRC", "Lfe2", "BFLR", "BFC",
+    "LR",   "LRC", "C",  "SLR",  "LRS", "CS",   "LRCS", "Lfe", "TSLR",
+    "TFLR", "TFC", "Tc", "TRLR", "TRC", "Lfe2", "BFLR", "BFC",
 };
 
 constexpr const char* kSpeakerWords[Plx::kSpeakerIndexCount] = {
-    "L",  "R",   "C",   "Ls",  "Rs",  "Lc",  "Rc",  "Cs",  "Sl",  "Sr",  "Tc",  "Tfl", "Tfc",
+    "L",   "R",   "C",   "Ls",  "Rs",  "Lc",  "Rc",  "Cs",  "Sl",  "Sr",  "Tc",  "Tfl", "Tfc",
     "Tfr", "Trl", "Trc", "Trr", "Tsl", "Tsr", "Lcs", "Rcs", "Bfl", "Bfc", "Bfr", "Lfe", "Lfe2",
 };
 
@@ -52,41 +65,40 @@ struct RemoteName {
 // The input speakers, in the order remote surfaces list them; the output
 // family "out:speaker:..." is the same with ids 42 lower.
 constexpr RemoteName kSpeakerNames[] = {
-    {"front:left", 59},          {"front:right", 60},        {"front:center", 61},
-    {"subbass", 83},             {"rear:left", 62},          {"rear:right", 63},
-    {"front:midleft", 64},       {"front:midright", 65},     {"rear:center", 66},
-    {"side:left", 67},           {"side:right", 68},         {"top:middle", 69},
-    {"top:front:left", 70},      {"top:front:center", 71},   {"top:front:right", 72},
-    {"top:rear:left", 73},       {"top:rear:center", 74},    {"top:rear:right", 75},
-    {"top:side:left", 76},       {"top:side:right", 77},     {"rear:midleft", 78},
-    {"rear:midright", 79},       {"bottom:front:left", 80},  {"bottom:front:center", 81},
+    {"front:left", 59},         {"front:right", 60},
+    {"front:center", 61},       {"subbass", 83},
+    {"rear:left", 62},          {"rear:right", 63},
+    {"front:midleft", 64},      {"front:midright", 65},
+    {"rear:center", 66},        {"side:left", 67},
+    {"side:right", 68},         {"top:middle", 69},
+    {"top:front:left", 70},     {"top:front:center", 71},
+    {"top:front:right", 72},    {"top:rear:left", 73},
+    {"top:rear:center", 74},    {"top:rear:right", 75},
+    {"top:side:left", 76},      {"top:side:right", 77},
+    {"rear:midleft", 78},       {"rear:midright", 79},
+    {"bottom:front:left", 80},  {"bottom:front:center", 81},
     {"bottom:front:right", 82},
 };
 constexpr int32_t kOutputSpeakerOffset = 59 - 17;
 
 constexpr RemoteName kMixerNames[] = {
-    {"solo:front", 266},         {"solo:LR", 267},           {"solo:rear", 268},
-    {"solo:lfe", 269},           {"solo:top", 270},          {"solo:SlSr", 278},
-    {"solo:cancel", 276},        {"out:solo:front", 271},    {"out:solo:LR", 272},
-    {"out:solo:rear", 273},      {"out:solo:lfe", 274},      {"out:solo:top", 275},
-    {"out:solo:SlSr", 279},      {"out:solo:cancel", 277},   {"solo-to-center", 131},
-    {"rear-to-front", 132},      {"centerLevel", 128},       {"surroundLevel", 129},
-    {"sideLevel", 135},          {"topLevel", 136},          {"bottomLevel", 138},
-    {"lfeLevel", 11},            {"globalLevel", 134},       {"outputArrangement", 130},
-    {"lowPassFilter", 133},      {"reset", 256},
+    {"solo:front", 266},    {"solo:LR", 267},         {"solo:rear", 268},      {"solo:lfe", 269},
+    {"solo:top", 270},      {"solo:SlSr", 278},       {"solo:cancel", 276},    {"out:solo:front", 271},
+    {"out:solo:LR", 272},   {"out:solo:rear", 273},   {"out:solo:lfe", 274},   {"out:solo:top", 275},
+    {"out:solo:SlSr", 279}, {"out:solo:cancel", 277}, {"solo-to-center", 131}, {"rear-to-front", 132},
+    {"centerLevel", 128},   {"surroundLevel", 129},   {"sideLevel", 135},      {"topLevel", 136},
+    {"bottomLevel", 138},   {"lfeLevel", 11},         {"globalLevel", 134},    {"outputArrangement", 130},
+    {"lowPassFilter", 133}, {"reset", 256},
 };
 
-bool startsWith(const char* text, const char* prefix, const char** rest)
-{
+bool startsWith(const char* text, const char* prefix, const char** rest) {
     const size_t n = std::strlen(prefix);
-    if (std::strncmp(text, prefix, n) != 0)
-        return false;
+    if (std::strncmp(text, prefix, n) != 0) return false;
     *rest = text + n;
     return true;
 }
 
-bool findSpeakerName(const char* word, int32_t& id)
-{
+bool findSpeakerName(const char* word, int32_t& id) {
     for (const RemoteName& entry : kSpeakerNames)
         if (std::strcmp(word, entry.name) == 0) {
             id = entry.id;
@@ -99,8 +111,7 @@ bool findSpeakerName(const char* word, int32_t& id)
 struct EditorNames {
     std::array<std::string, EditorParamId::kHasCount * 2> has;
     std::array<std::string, Plx::kSpeakerIndexCount * 2> push;
-    EditorNames()
-    {
+    EditorNames() {
         for (int32_t i = 0; i < EditorParamId::kHasCount; ++i) {
             has[i] = std::string("hasIn") + kHasWords[i];
             has[i + EditorParamId::kHasCount] = std::string("hasOut") + kHasWords[i];
@@ -112,49 +123,44 @@ struct EditorNames {
     }
 };
 
-const EditorNames& editorNames()
-{
+const EditorNames& editorNames() {
     static const EditorNames names;
     return names;
 }
 
 } // namespace
 
-std::span<const SoloGroup> soloGroups() { return kGroups; }
+std::span<const SoloGroup> soloGroups() {
+    return kGroups;
+}
 
-const SoloGroup* findSoloGroup(int32_t id)
-{
+const SoloGroup* findSoloGroup(int32_t id) {
     for (const SoloGroup& group : kGroups)
-        if (group.inputId == id || group.outputId == id)
-            return &group;
+        if (group.inputId == id || group.outputId == id) return &group;
     return nullptr;
 }
 
-bool isInputGroupId(int32_t id)
-{
+bool isInputGroupId(int32_t id) {
     for (const SoloGroup& group : kGroups)
-        if (group.inputId == id)
-            return true;
+        if (group.inputId == id) return true;
     return false;
 }
 
-bool isSoloGroupAvailable(const SoloGroup& group, SpeakerArrangement arrangement)
-{
+bool isSoloGroupAvailable(const SoloGroup& group, SpeakerArrangement arrangement) {
     SpeakerArrangement own = 0;
-    for (int32_t index : group.speakers)
-        own |= Plx::indexToBit(index);
+    for (int32_t index : group.speakers) own |= Plx::indexToBit(index);
     const bool has = (arrangement & own) != 0;
-    if (group.inputId == SoloGroupId::kInputTop || group.inputId == SoloGroupId::kInputSide)
-        return has;
+    if (group.inputId == SoloGroupId::kInputTop || group.inputId == SoloGroupId::kInputSide) return has;
     if (group.inputId == SoloGroupId::kInputStereo)
         return (arrangement & own) == own && (arrangement & ~own) != 0;
     return has && (arrangement & ~own) != 0;
 }
 
-std::span<const SpeakerArrangement> hasSpeakerSets() { return kHasSets; }
+std::span<const SpeakerArrangement> hasSpeakerSets() {
+    return kHasSets;
+}
 
-const char* editorParamName(int32_t id)
-{
+const char* editorParamName(int32_t id) {
     using namespace EditorParamId;
     const EditorNames& names = editorNames();
     if (id >= kHasInFirst && id < kHasInFirst + 2 * kHasCount)
@@ -175,8 +181,7 @@ const char* editorParamName(int32_t id)
     }
 }
 
-bool baseRemoteNameToId(const char* name, int32_t& id)
-{
+bool baseRemoteNameToId(const char* name, int32_t& id) {
     if (name && std::strcmp(name, "PanLfeGain") == 0) {
         id = 11;
         return true;
@@ -185,15 +190,13 @@ bool baseRemoteNameToId(const char* name, int32_t& id)
     return false;
 }
 
-bool mixerRemoteNameToId(const char* name, int32_t& id)
-{
+bool mixerRemoteNameToId(const char* name, int32_t& id) {
     if (!name) {
         id = kUnknownRemoteId;
         return false;
     }
     const char* rest = nullptr;
-    if (startsWith(name, "speaker:", &rest) && findSpeakerName(rest, id))
-        return true;
+    if (startsWith(name, "speaker:", &rest) && findSpeakerName(rest, id)) return true;
     if (startsWith(name, "out:speaker:", &rest) && findSpeakerName(rest, id)) {
         id -= kOutputSpeakerOffset;
         return true;
@@ -206,12 +209,9 @@ bool mixerRemoteNameToId(const char* name, int32_t& id)
     return baseRemoteNameToId(name, id);
 }
 
-const char* mixerEditorName(const char* name, bool nivora)
-{
-    if (!name)
-        return nullptr;
-    if (std::strcmp(name, "editor") == 0)
-        return nivora ? "MixMorphNivora" : "MixMorphKestra";
+const char* mixerEditorName(const char* name, bool nivora) {
+    if (!name) return nullptr;
+    if (std::strcmp(name, "editor") == 0) return nivora ? "MixMorphNivora" : "MixMorphKestra";
     if (std::strcmp(name, "embeddedEditor") == 0)
         return nivora ? "AudioPlugEmbeddedMixMorphNivora" : "AudioPlugEmbeddedMixMorphKestra";
     return nullptr;

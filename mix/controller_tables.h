@@ -12,11 +12,11 @@ namespace Tannhofen::Mix {
 
 // Ids of the parameters that only the editor uses.
 namespace EditorParamId {
-inline constexpr int32_t kHasInFirst = 301;     // 301 to 317: "hasIn..." speaker sets of the input
-inline constexpr int32_t kHasOutFirst = 318;    // 318 to 334: the same for the output
+inline constexpr int32_t kHasInFirst = 301;  // 301 to 317: "hasIn..." speaker sets of the input
+inline constexpr int32_t kHasOutFirst = 318; // 318 to 334: the same for the output
 inline constexpr int32_t kHasCount = 17;
-inline constexpr int32_t kPushInFirst = 335;    // 335 to 360: input solo buttons by speaker index
-inline constexpr int32_t kPushOutFirst = 361;   // 361 to 386: output solo buttons
+inline constexpr int32_t kPushInFirst = 335;  // 335 to 360: input solo buttons by speaker index
+inline constexpr int32_t kPushOutFirst = 361; // 361 to 386: output solo buttons
 inline constexpr int32_t kInInputSoloMode = 387;
 inline constexpr int32_t kInOutputSoloMode = 388;
 inline constexpr int32_t kResetFromGui = 397;

@@ -26,10 +26,8 @@ public:
     // the last matrix sent and calls send(matrix) when any element differs by
     // more than the flag tolerance. Answers whether send was called.
     template <class Send>
-    bool send(Send&& sendMatrix)
-    {
-        if (pendingCount.load(std::memory_order_acquire) < 1)
-            return false;
+    bool send(Send&& sendMatrix) {
+        if (pendingCount.load(std::memory_order_acquire) < 1) return false;
         readIndex.store(1 - writeIndex.load(std::memory_order_acquire), std::memory_order_seq_cst);
         const MixMatrix& latest = buffers[readIndex.load(std::memory_order_relaxed)];
         const bool differs = changedFrom(latest);

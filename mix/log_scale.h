@@ -16,9 +16,7 @@ public:
 class LogScale : public IScale<double> {
 public:
     constexpr LogScale(double min, double max, double exponent, double inverseExponent)
-        : lo(min), hi(max), e(exponent), invE(inverseExponent)
-    {
-    }
+        : lo(min), hi(max), e(exponent), invE(inverseExponent) {}
     double toLinear(double normalized) const override;
     double toNormalized(double linear) const override;
 

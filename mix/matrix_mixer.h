@@ -53,8 +53,8 @@ protected:
     void freeBuffers() override;
     void applyArrangements(SpeakerArrangement in, SpeakerArrangement out) override;
     void resetLevels() override;
-    bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64, double** out64, int32 slice,
-                      int32 numSamples, bool* changed, bool* silent) override;
+    bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64, double** out64,
+                      int32 slice, int32 numSamples, bool* changed, bool* silent) override;
     double getParamValue(int32 id) override;
     void setParamValue(int32 id, double value) override;
 

@@ -16,15 +16,13 @@ struct MixMatrix {
     std::vector<float> data;
 
     // Sizes the matrix and clears it. Not for the audio thread.
-    void allocate(int32_t numRows, int32_t numCols)
-    {
+    void allocate(int32_t numRows, int32_t numCols) {
         rows = std::max(numRows, 0);
         cols = std::max(numCols, 0);
         data.assign(static_cast<size_t>(rows) * static_cast<size_t>(cols), 0.0f);
         allocated = true;
     }
-    void release()
-    {
+    void release() {
         allocated = false;
         rows = cols = 0;
         data.clear();
@@ -33,7 +31,9 @@ struct MixMatrix {
     void clear() { std::fill(data.begin(), data.end(), 0.0f); }
 
     float* row(int32_t r) { return data.data() + static_cast<size_t>(r) * static_cast<size_t>(cols); }
-    const float* row(int32_t r) const { return data.data() + static_cast<size_t>(r) * static_cast<size_t>(cols); }
+    const float* row(int32_t r) const {
+        return data.data() + static_cast<size_t>(r) * static_cast<size_t>(cols);
+    }
     float& at(int32_t r, int32_t c) { return row(r)[c]; }
     float at(int32_t r, int32_t c) const { return row(r)[c]; }
 };

@@ -10,11 +10,13 @@ namespace Tannhofen::Mix {
 
 namespace Msg {
 // Processor to controller.
-inline constexpr const char* kBusArrangements = "busArrangements"; // "input", "output": 8 bytes each; "changeParams"
+inline constexpr const char* kBusArrangements =
+    "busArrangements"; // "input", "output": 8 bytes each; "changeParams"
 inline constexpr const char* kInput = "input";
 inline constexpr const char* kOutput = "output";
 inline constexpr const char* kChangeParams = "changeParams";
-inline constexpr const char* kGainMatrix = "gainMatrix"; // "matrixSize" int, "coefficients" float32 row by row
+inline constexpr const char* kGainMatrix =
+    "gainMatrix"; // "matrixSize" int, "coefficients" float32 row by row
 inline constexpr const char* kMatrixSize = "matrixSize";
 inline constexpr const char* kCoefficients = "coefficients";
 inline constexpr const char* kVuMetersProcessing = "vuMetersProcessing"; // attribute of the same name

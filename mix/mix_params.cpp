@@ -18,8 +18,7 @@ constexpr double kSilenceDb = -180.0;
 
 ParamInfoRecord makeRow(int32_t id, const char* name, const char* title, const char* units, int32_t type,
                         uint32_t flags, const char* format, int32_t precision, double step, double max = 1.0,
-                        int32_t extra = 0)
-{
+                        int32_t extra = 0) {
     ParamInfoRecord r{};
     r.id = id;
     std::strncpy(r.name, name, sizeof(r.name) - 1);
@@ -42,13 +41,32 @@ constexpr const char* kSpeakerNames[Plx::kSpeakerIndexCount] = {
     "L",   "R",   "C",   "Ls",  "Rs",  "Lc",  "Rc",  "Cs",  "Sl",  "Sr",  "Tc",  "Tfl", "Tfc",
     "Tfr", "Trl", "Trc", "Trr", "Tsl", "Tsr", "Lcs", "Rcs", "Bfl", "Bfc", "Bfr", "Lfe", "Lfe2"};
 
-constexpr const char* kSpeakerTitles[Plx::kSpeakerIndexCount] = {
-    "Left",           "Right",           "Center",          "Left Surround",        "Right Surround",
-    "Left Center",    "Right Center",    "Center Surround", "Side Left",            "Side Right",
-    "Top Center",     "Top Front Left",  "Top Front Center", "Top Front Right",     "Top Rear Left",
-    "Top Rear Center", "Top Rear Right", "Top Side Left",   "Top Side Right",       "Left Center Surround",
-    "Right Center Surround", "Bottom Front Left", "Bottom Front Center", "Bottom Front Right", "Lfe",
-    "Lfe2"};
+constexpr const char* kSpeakerTitles[Plx::kSpeakerIndexCount] = {"Left",
+                                                                 "Right",
+                                                                 "Center",
+                                                                 "Left Surround",
+                                                                 "Right Surround",
+                                                                 "Left Center",
+                                                                 "Right Center",
+                                                                 "Center Surround",
+                                                                 "Side Left",
+                                                                 "Side Right",
+                                                                 "Top Center",
+                                                                 "Top Front Left",
+                                                                 "Top Front Center",
+                                                                 "Top Front Right",
+                                                                 "Top Rear Left",
+                                                                 "Top Rear Center",
+                                                                 "Top Rear Right",
+                                                                 "Top Side Left",
+                                                                 "Top Side Right",
+                                                                 "Left Center Surround",
+                                                                 "Right Center Surround",
+                                                                 "Bottom Front Left",
+                                                                 "Bottom Front Center",
+                                                                 "Bottom Front Right",
+                                                                 "Lfe",
+                                                                 "Lfe2"};
 
 struct GroupSolo {
     int32_t id;
@@ -72,8 +90,7 @@ constexpr GroupSolo kGroupSolos[] = {
     {277, "resetOutputSolo", "Reset Output Solo"},
 };
 
-bool isLevelId(int32_t id)
-{
+bool isLevelId(int32_t id) {
     switch (id) {
     case ParamId::kCenterLvl:
     case ParamId::kSurroundLvl:
@@ -85,21 +102,18 @@ bool isLevelId(int32_t id)
     }
 }
 
-double toDecibels(const LogScale& scale, double normalized)
-{
+double toDecibels(const LogScale& scale, double normalized) {
     const double v = scale.toLinear(normalized);
     return v <= 0.0 ? kSilenceDb : 20.0 * std::log10(v);
 }
 
-double fromDecibels(const LogScale& scale, double db)
-{
+double fromDecibels(const LogScale& scale, double db) {
     return db <= kSilenceDb ? 0.0 : scale.toNormalized(std::pow(10.0, db / 20.0));
 }
 
 } // namespace
 
-MixParamTable::MixParamTable()
-{
+MixParamTable::MixParamTable() {
     constexpr uint32_t autom = ParamInfoRecord::kAutomatable;
     constexpr uint32_t notSaved = ParamInfoRecord::kNotSaved;
     constexpr int32_t flt = ParamInfoRecord::kFloat, onOff = ParamInfoRecord::kOnOff;
@@ -107,7 +121,8 @@ MixParamTable::MixParamTable()
     rows[n++] = makeRow(128, "centerLvl", "Center Level", "dB", flt, autom, "%.2f", 2, 0);
     rows[n++] = makeRow(129, "surroundLvl", "Surround Level", "dB", flt, autom, "%.2f", 2, 0);
     rows[n++] = makeRow(134, "globalLvl", "Global Level", "dB", flt, autom, "%.2f", 2, 0);
-    rows[n++] = makeRow(130, "outputArr", "Output Arrangement", "", ParamInfoRecord::kList, notSaved, "%.1f", 1, 1);
+    rows[n++] =
+        makeRow(130, "outputArr", "Output Arrangement", "", ParamInfoRecord::kList, notSaved, "%.1f", 1, 1);
     rows[n++] = makeRow(133, "lPFilter", "Low Pass Filter", "", onOff, autom, "%.0f", 0, 1);
     rows[n++] = makeRow(131, "soloToCenter", "Solo To Center", "", onOff, notSaved, "%.0f", 0, 1);
     rows[n++] = makeRow(132, "srrndToFrnt", "Surround To Front", "", onOff, notSaved, "%.0f", 0, 1);
@@ -120,8 +135,8 @@ MixParamTable::MixParamTable()
     for (int32_t s = 0; s < Plx::kSpeakerIndexCount; ++s) {
         const std::string name = std::string("inputSolo") + kSpeakerNames[s];
         const std::string title = std::string(kSpeakerTitles[s]) + " Input Channel Solo";
-        rows[n++] = makeRow(ParamId::kInputSoloFirst + s, name.c_str(), title.c_str(), "", onOff, notSaved, "%.0f",
-                            0, 1, 1.0, 2);
+        rows[n++] = makeRow(ParamId::kInputSoloFirst + s, name.c_str(), title.c_str(), "", onOff, notSaved,
+                            "%.0f", 0, 1, 1.0, 2);
     }
     for (const GroupSolo& g : kGroupSolos)
         rows[n++] = makeRow(g.id, g.name, g.title, "", onOff, notSaved, "%.0f", 0, 1, 1.0, 2);
@@ -141,41 +156,30 @@ MixParamTable::MixParamTable()
     lfeRow = makeRow(ParamId::kLfeLevel, "lfeLevel", "LFE Level", "dB", flt, autom, "%.2f", 2, 0);
 }
 
-const MixParamTable& MixParamTable::instance()
-{
+const MixParamTable& MixParamTable::instance() {
     static const MixParamTable table;
     return table;
 }
 
-const ParamInfoRecord* MixParamTable::find(int32_t id) const
-{
+const ParamInfoRecord* MixParamTable::find(int32_t id) const {
     for (const ParamInfoRecord& r : rows)
-        if (r.id == id)
-            return &r;
+        if (r.id == id) return &r;
     return nullptr;
 }
 
-double MixParamTable::toPlain(int32_t id, double normalized) const
-{
-    if (isLevelId(id))
-        return toDecibels(kLevelScale, normalized);
-    if (id == ParamId::kLfeLevel)
-        return toDecibels(kLfeScale, normalized);
+double MixParamTable::toPlain(int32_t id, double normalized) const {
+    if (isLevelId(id)) return toDecibels(kLevelScale, normalized);
+    if (id == ParamId::kLfeLevel) return toDecibels(kLfeScale, normalized);
     const ParamInfoRecord* r = find(id);
-    if (!r)
-        return normalized;
+    if (!r) return normalized;
     return r->min + normalized * (r->max - r->min);
 }
 
-double MixParamTable::toNormalized(int32_t id, double plain) const
-{
-    if (isLevelId(id))
-        return fromDecibels(kLevelScale, plain);
-    if (id == ParamId::kLfeLevel)
-        return fromDecibels(kLfeScale, plain);
+double MixParamTable::toNormalized(int32_t id, double plain) const {
+    if (isLevelId(id)) return fromDecibels(kLevelScale, plain);
+    if (id == ParamId::kLfeLevel) return fromDecibels(kLfeScale, plain);
     const ParamInfoRecord* r = find(id);
-    if (!r)
-        return plain;
+    if (!r) return plain;
     return std::clamp((plain - r->min) / (r->max - r->min), 0.0, 1.0);
 }
 

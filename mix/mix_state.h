@@ -21,7 +21,13 @@ inline constexpr int32_t kMaxStateNameBytes = 262144;
 inline constexpr int32_t kMaxStateStringBytes = 1024;
 
 // Record kinds; a reader also takes kSecondReceiver or-ed in.
-enum StateKind : int16_t { kKindDouble = 1, kKindInt64 = 2, kKindBool = 4, kKindString = 8, kSecondReceiver = 0x20 };
+enum StateKind : int16_t {
+    kKindDouble = 1,
+    kKindInt64 = 2,
+    kKindBool = 4,
+    kKindString = 8,
+    kSecondReceiver = 0x20
+};
 
 // What a state writer reads plain parameter values from.
 class IParamGetPlainValue {

@@ -106,8 +106,8 @@ protected:
     virtual void applyArrangements(SpeakerArrangement in, SpeakerArrangement out);
     virtual void resetLevels();
     virtual void processParameterChanges(Plx::IPlxParameterChanges* changes);
-    virtual bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64, double** out64,
-                              int32 slice, int32 numSamples, bool* changed, bool* silent);
+    virtual bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64,
+                              double** out64, int32 slice, int32 numSamples, bool* changed, bool* silent);
     virtual double getParamValue(int32 id) = 0;
     virtual void setParamValue(int32 id, double value) = 0;
     virtual void resetParam(int32 id);

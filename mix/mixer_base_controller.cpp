@@ -20,8 +20,7 @@ using namespace Plx;
 namespace {
 
 // The rows shown in decibels: the levels and the LFE level.
-bool isDecibelId(ParamID id)
-{
+bool isDecibelId(ParamID id) {
     switch (static_cast<int32_t>(id)) {
     case ParamId::kCenterLvl:
     case ParamId::kSurroundLvl:
@@ -35,8 +34,7 @@ bool isDecibelId(ParamID id)
 }
 
 // A number at the start of `text`, after blanks; false when there is none.
-bool parseNumber(const char16* text, double& value)
-{
+bool parseNumber(const char16* text, double& value) {
     const std::string utf8 = utf16ToUtf8(text);
     const char* begin = utf8.c_str();
     char* end = nullptr;
@@ -46,29 +44,23 @@ bool parseNumber(const char16* text, double& value)
 
 } // namespace
 
-int64_t MMixerBaseController::intAttribute(IMessage* message, const char* name)
-{
+int64_t MMixerBaseController::intAttribute(IMessage* message, const char* name) {
     int64 value = 0;
     IPlxAttributes* attributes = message->getAttributes();
-    if (!attributes || attributes->getInt(name, &value) != kResultOk)
-        return 0;
+    if (!attributes || attributes->getInt(name, &value) != kResultOk) return 0;
     return value;
 }
 
-MMixerBaseController::MMixerBaseController() : infoAccessor(MixParamTable::instance())
-{
+MMixerBaseController::MMixerBaseController() : infoAccessor(MixParamTable::instance()) {
     parameterTable.reserve(static_cast<size_t>(infoAccessor.count()));
-    for (int32_t i = 0; i < infoAccessor.count(); ++i)
-        parameterTable.push_back(infoAccessor.row(i));
+    for (int32_t i = 0; i < infoAccessor.count(); ++i) parameterTable.push_back(infoAccessor.row(i));
 }
 
 MMixerBaseController::~MMixerBaseController() = default;
 
-tresult MMixerBaseController::initialize(FUnknown* context)
-{
+tresult MMixerBaseController::initialize(FUnknown* context) {
     const tresult result = EditController2::initialize(context);
-    if (result != kResultOk)
-        return result;
+    if (result != kResultOk) return result;
     using namespace EditorParamId;
     for (ParamID id = kHasInFirst; id < static_cast<ParamID>(kPushOutFirst + kSpeakerIndexCount); ++id)
         addEditorSwitch(id, editorParamName(static_cast<int32_t>(id)));
@@ -79,56 +71,44 @@ tresult MMixerBaseController::initialize(FUnknown* context)
     return kResultOk;
 }
 
-tresult MMixerBaseController::terminate()
-{
-    if (gainView)
-        setGainView(nullptr);
+tresult MMixerBaseController::terminate() {
+    if (gainView) setGainView(nullptr);
     return EditController2::terminate();
 }
 
-void MMixerBaseController::afterParameters()
-{
+void MMixerBaseController::afterParameters() {
     const ParamInfoRecord& lfe = infoAccessor.lfeLevel();
-    if (Parameter* p = createTableParameter(lfe))
-        parameters.addParameter(p);
+    if (Parameter* p = createTableParameter(lfe)) parameters.addParameter(p);
 }
 
-void MMixerBaseController::addEditorSwitch(ParamID id, const char* name)
-{
+void MMixerBaseController::addEditorSwitch(ParamID id, const char* name) {
     const std::u16string title = utf8ToUtf16(name ? name : "");
     editorParameters.addParameter(new Parameter(title.c_str(), id, nullptr, 0.0, 1, ParameterInfo::kNoFlags));
 }
 
-ParamValue MMixerBaseController::tableToPlain(ParamID id, ParamValue valueNormalized) const
-{
+ParamValue MMixerBaseController::tableToPlain(ParamID id, ParamValue valueNormalized) const {
     return infoAccessor.toPlain(static_cast<int32_t>(id), valueNormalized);
 }
 
-ParamValue MMixerBaseController::tableToNormalized(ParamID id, ParamValue plainValue) const
-{
+ParamValue MMixerBaseController::tableToNormalized(ParamID id, ParamValue plainValue) const {
     return infoAccessor.toNormalized(static_cast<int32_t>(id), plainValue);
 }
 
-ParamValue MMixerBaseController::normalizedParamToPlain(ParamID id, ParamValue valueNormalized)
-{
+ParamValue MMixerBaseController::normalizedParamToPlain(ParamID id, ParamValue valueNormalized) {
     if (isDecibelId(id) || infoAccessor.find(static_cast<int32_t>(id)))
         return tableToPlain(id, valueNormalized);
     return EditController2::normalizedParamToPlain(id, valueNormalized);
 }
 
-ParamValue MMixerBaseController::plainParamToNormalized(ParamID id, ParamValue plainValue)
-{
+ParamValue MMixerBaseController::plainParamToNormalized(ParamID id, ParamValue plainValue) {
     if (isDecibelId(id) || infoAccessor.find(static_cast<int32_t>(id)))
         return std::clamp(tableToNormalized(id, plainValue), 0.0, 1.0);
     return EditController2::plainParamToNormalized(id, plainValue);
 }
 
-tresult MMixerBaseController::getParamStringByValue(ParamID id, ParamValue valueNormalized, char16* string)
-{
-    if (!string)
-        return kInvalidArgument;
-    if (!getParameterObject(id))
-        return kResultFalse;
+tresult MMixerBaseController::getParamStringByValue(ParamID id, ParamValue valueNormalized, char16* string) {
+    if (!string) return kInvalidArgument;
+    if (!getParameterObject(id)) return kResultFalse;
     char text[128] = {};
     if (isDecibelId(id)) {
         std::snprintf(text, sizeof text, "%.2f", tableToPlain(id, valueNormalized));
@@ -142,33 +122,27 @@ tresult MMixerBaseController::getParamStringByValue(ParamID id, ParamValue value
     return kResultOk;
 }
 
-tresult MMixerBaseController::getParamValueByString(ParamID id, const char16* string, ParamValue* valueNormalized)
-{
-    if (!string || !valueNormalized)
-        return kInvalidArgument;
-    if (!getParameterObject(id))
-        return kResultFalse;
+tresult MMixerBaseController::getParamValueByString(ParamID id, const char16* string,
+                                                    ParamValue* valueNormalized) {
+    if (!string || !valueNormalized) return kInvalidArgument;
+    if (!getParameterObject(id)) return kResultFalse;
     if (!isDecibelId(id) && !infoAccessor.find(static_cast<int32_t>(id)))
         return EditController2::getParamValueByString(id, string, valueNormalized);
     double plain = 0.0;
-    if (!parseNumber(string, plain))
-        return kResultFalse;
+    if (!parseNumber(string, plain)) return kResultFalse;
     *valueNormalized = plainParamToNormalized(id, plain);
     return kResultOk;
 }
 
-tresult MMixerBaseController::setParamNormalized(ParamID id, ParamValue value)
-{
+tresult MMixerBaseController::setParamNormalized(ParamID id, ParamValue value) {
     const auto inFirst = static_cast<ParamID>(MeterId::kInputPeakFirst);
     const auto outFirst = static_cast<ParamID>(MeterId::kOutputPeakFirst);
     const auto span = static_cast<ParamID>(MeterId::kMaxChannels);
     const float level = static_cast<float>(value);
     if (id >= inFirst && id < inFirst + span) {
-        if (id - inFirst < inLevels.size())
-            inLevels[id - inFirst] = level;
+        if (id - inFirst < inLevels.size()) inLevels[id - inFirst] = level;
     } else if (id >= outFirst && id < outFirst + span) {
-        if (id - outFirst < outLevels.size())
-            outLevels[id - outFirst] = level;
+        if (id - outFirst < outLevels.size()) outLevels[id - outFirst] = level;
     } else if (id == static_cast<ParamID>(MeterId::kMaxInLevel)) {
         maxInLevel = level;
     } else if (id == static_cast<ParamID>(MeterId::kMaxOutLevel)) {
@@ -180,13 +154,10 @@ tresult MMixerBaseController::setParamNormalized(ParamID id, ParamValue value)
     return kResultOk;
 }
 
-tresult MMixerBaseController::notify(IMessage* message)
-{
-    if (!message)
-        return kInvalidArgument;
+tresult MMixerBaseController::notify(IMessage* message) {
+    if (!message) return kInvalidArgument;
     const char* id = message->getMessageID();
-    if (!id)
-        return EditController2::notify(message);
+    if (!id) return EditController2::notify(message);
 
     if (std::strcmp(id, Msg::kGainMatrix) == 0) {
         const int64_t size = intAttribute(message, Msg::kMatrixSize);
@@ -197,17 +168,16 @@ tresult MMixerBaseController::notify(IMessage* message)
             bytes = 0;
         const int64_t count = std::clamp<int64_t>(size, 0, bytes / sizeof(float));
         gains.resize(static_cast<size_t>(count));
-        if (count > 0)
-            std::memcpy(gains.data(), data, static_cast<size_t>(count) * sizeof(float));
-        if (gainView)
-            gainView->showGains(gains.data(), static_cast<int32_t>(gains.size()));
+        if (count > 0) std::memcpy(gains.data(), data, static_cast<size_t>(count) * sizeof(float));
+        if (gainView) gainView->showGains(gains.data(), static_cast<int32_t>(gains.size()));
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kRestartComponent) == 0)
         return restartComponent(static_cast<int32>(intAttribute(message, Msg::kFlags)));
     if (std::strcmp(id, Msg::kNChannels) == 0) {
         auto count = [&](const char* name) {
-            return static_cast<size_t>(std::clamp<int64_t>(intAttribute(message, name), 0, MeterId::kMaxChannels));
+            return static_cast<size_t>(
+                std::clamp<int64_t>(intAttribute(message, name), 0, MeterId::kMaxChannels));
         };
         inLevels.assign(count(Msg::kNChannelsIn), 0.0f);
         outLevels.assign(count(Msg::kNChannelsOut), 0.0f);
@@ -226,28 +196,24 @@ tresult MMixerBaseController::notify(IMessage* message)
     return EditController2::notify(message);
 }
 
-bool MMixerBaseController::getParamIdByRemoteName(const char* name, int32_t& id) const
-{
+bool MMixerBaseController::getParamIdByRemoteName(const char* name, int32_t& id) const {
     return baseRemoteNameToId(name, id);
 }
 
-const char* MMixerBaseController::getEditorName(const char*) const { return nullptr; }
-
-void MMixerBaseController::setGainView(IGainView* view)
-{
-    const bool had = gainView != nullptr;
-    gainView = view;
-    if (had != (view != nullptr))
-        enableDirectMonitoring(view != nullptr);
-    if (view && !gains.empty())
-        view->showGains(gains.data(), static_cast<int32_t>(gains.size()));
+const char* MMixerBaseController::getEditorName(const char*) const {
+    return nullptr;
 }
 
-bool MMixerBaseController::writeParam(ParamID id, double value, bool tellHost)
-{
+void MMixerBaseController::setGainView(IGainView* view) {
+    const bool had = gainView != nullptr;
+    gainView = view;
+    if (had != (view != nullptr)) enableDirectMonitoring(view != nullptr);
+    if (view && !gains.empty()) view->showGains(gains.data(), static_cast<int32_t>(gains.size()));
+}
+
+bool MMixerBaseController::writeParam(ParamID id, double value, bool tellHost) {
     Parameter* p = getParameterObject(id);
-    if (!p)
-        return false;
+    if (!p) return false;
     const bool changed = p->setNormalized(value);
     if (tellHost && changed) {
         beginEdit(id);
@@ -257,42 +223,39 @@ bool MMixerBaseController::writeParam(ParamID id, double value, bool tellHost)
     return changed;
 }
 
-bool MMixerBaseController::writeEditorParam(ParamID id, double value)
-{
+bool MMixerBaseController::writeEditorParam(ParamID id, double value) {
     Parameter* p = editorParameters.getParameter(id);
     return p && p->setNormalized(value);
 }
 
-tresult MMixerBaseController::sendIntMessage(const char* id, const char* attribute, int64_t value)
-{
+tresult MMixerBaseController::sendIntMessage(const char* id, const char* attribute, int64_t value) {
     IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
-    if (!message)
-        return kResultFalse;
+    if (!message) return kResultFalse;
     message->setMessageID(id);
     if (attribute) {
         IPlxAttributes* attributes = message->getAttributes();
-        if (!attributes || attributes->setInt(attribute, value) != kResultOk)
-            return kResultFalse;
+        if (!attributes || attributes->setInt(attribute, value) != kResultOk) return kResultFalse;
     }
     return sendMessage(message.get());
 }
 
-tresult MMixerBaseController::setInputVuMeter(bool on)
-{
+tresult MMixerBaseController::setInputVuMeter(bool on) {
     return sendIntMessage(Msg::kInputVuMeter, Msg::kInputVuMeter, on ? 1 : 0);
 }
 
-tresult MMixerBaseController::setOutputVuMeter(bool on)
-{
+tresult MMixerBaseController::setOutputVuMeter(bool on) {
     return sendIntMessage(Msg::kOutputVuMeter, Msg::kOutputVuMeter, on ? 1 : 0);
 }
 
-tresult MMixerBaseController::resetMaxLevelIn() { return sendIntMessage(Msg::kResetMaxLevelIn, nullptr, 0); }
+tresult MMixerBaseController::resetMaxLevelIn() {
+    return sendIntMessage(Msg::kResetMaxLevelIn, nullptr, 0);
+}
 
-tresult MMixerBaseController::resetMaxLevelOut() { return sendIntMessage(Msg::kResetMaxLevelOut, nullptr, 0); }
+tresult MMixerBaseController::resetMaxLevelOut() {
+    return sendIntMessage(Msg::kResetMaxLevelOut, nullptr, 0);
+}
 
-tresult MMixerBaseController::enableDirectMonitoring(bool on)
-{
+tresult MMixerBaseController::enableDirectMonitoring(bool on) {
     return sendIntMessage(Msg::kEnableDirectMonitoring, Msg::kEnableDirectMonitoring, on ? 1 : 0);
 }
 

@@ -34,7 +34,8 @@ public:
     Plx::tresult terminate() override;
 
     // Text in decibels for the level rows, the table's format for other rows.
-    Plx::tresult getParamStringByValue(Plx::ParamID id, Plx::ParamValue valueNormalized, Plx::char16* string) override;
+    Plx::tresult getParamStringByValue(Plx::ParamID id, Plx::ParamValue valueNormalized,
+                                       Plx::char16* string) override;
     Plx::tresult getParamValueByString(Plx::ParamID id, const Plx::char16* string,
                                        Plx::ParamValue* valueNormalized) override;
     Plx::ParamValue normalizedParamToPlain(Plx::ParamID id, Plx::ParamValue valueNormalized) override;

@@ -14,11 +14,12 @@ namespace Spk = Plx::Speaker;
 namespace {
 
 // Square root that treats the rounding residue below zero as zero.
-float rootOf(float v) { return std::sqrt(std::max(v, 0.0f)); }
+float rootOf(float v) {
+    return std::sqrt(std::max(v, 0.0f));
+}
 
 // sqrt(1 / n) * spread: the share of each of n items at a divergence `spread`.
-float divergenceShare(uint32_t n, float spread)
-{
+float divergenceShare(uint32_t n, float spread) {
     return n > 0 ? std::sqrt(1.0f / static_cast<float>(n)) * spread : 0.0f;
 }
 
@@ -28,41 +29,33 @@ MMixerBaseModel::MMixerBaseModel() = default;
 
 MMixerBaseModel::~MMixerBaseModel() = default;
 
-double MMixerBaseModel::getDefault(int32_t id)
-{
-    if (id != ParamId::kLfeLevel || numInLfe == 0)
-        return 0.0;
-    if (numOutLfe > 0)
-        return 0.5;
-    if (numOut <= 0)
-        return 0.0;
+double MMixerBaseModel::getDefault(int32_t id) {
+    if (id != ParamId::kLfeLevel || numInLfe == 0) return 0.0;
+    if (numOutLfe > 0) return 0.5;
+    if (numOut <= 0) return 0.0;
     return kLfeScale.toNormalized(std::sqrt(1.0 / numOut));
 }
 
-bool MMixerBaseModel::isInputSolo(int32_t) const { return false; }
+bool MMixerBaseModel::isInputSolo(int32_t) const {
+    return false;
+}
 
-bool MMixerBaseModel::isOutputSolo(int32_t index) const
-{
+bool MMixerBaseModel::isOutputSolo(int32_t index) const {
     return index >= 0 && index < Plx::kSpeakerIndexCount && outSolo[static_cast<size_t>(index)] != 0;
 }
 
-bool MMixerBaseModel::setDirectMode(bool on)
-{
-    if (on == directMode)
-        return false;
+bool MMixerBaseModel::setDirectMode(bool on) {
+    if (on == directMode) return false;
     directMode = on;
     deferChange(ModelMessage::kDirectChanged);
     return true;
 }
 
-void MMixerBaseModel::createGainSet()
-{
-    if (!gainSet)
-        gainSet = std::make_unique<MixGainSet>();
+void MMixerBaseModel::createGainSet() {
+    if (!gainSet) gainSet = std::make_unique<MixGainSet>();
 }
 
-void MMixerBaseModel::setArrangements(SpeakerArrangement in, SpeakerArrangement out)
-{
+void MMixerBaseModel::setArrangements(SpeakerArrangement in, SpeakerArrangement out) {
     inputArr = in;
     outputArr = out;
     inGrid.build(in);
@@ -78,8 +71,7 @@ void MMixerBaseModel::setArrangements(SpeakerArrangement in, SpeakerArrangement 
     }
     activeZones.fill(0);
     layerMuted.fill(0);
-    for (auto& zones : zoneMuted)
-        zones.fill(0);
+    for (auto& zones : zoneMuted) zones.fill(0);
     fallbackRouting.assign(static_cast<size_t>(numOut), 0);
 
     allocate();
@@ -91,16 +83,12 @@ void MMixerBaseModel::setArrangements(SpeakerArrangement in, SpeakerArrangement 
     outSoloActive = false;
 }
 
-void MMixerBaseModel::applyDeferred()
-{
-    if (pendingMain)
-        updateMain(false);
-    if (pendingLfe)
-        updateLfe(false);
+void MMixerBaseModel::applyDeferred() {
+    if (pendingMain) updateMain(false);
+    if (pendingLfe) updateLfe(false);
 }
 
-void MMixerBaseModel::allocate()
-{
+void MMixerBaseModel::allocate() {
     clearMatrices();
     speakerMuted.assign(static_cast<size_t>(numOut), 0);
     outChannelSolo.assign(static_cast<size_t>(numOut + numOutLfe), 0);
@@ -117,8 +105,7 @@ void MMixerBaseModel::allocate()
     }
 }
 
-void MMixerBaseModel::clearMatrices()
-{
+void MMixerBaseModel::clearMatrices() {
     if (gainSet) {
         for (int32_t which = 0; which < 2; ++which) {
             gainSet->matrix[which].release();
@@ -128,18 +115,25 @@ void MMixerBaseModel::clearMatrices()
     fallback.release();
 }
 
-bool MMixerBaseModel::isFolding() const { return false; }
+bool MMixerBaseModel::isFolding() const {
+    return false;
+}
 
-bool MMixerBaseModel::isSingleSpeaker(int32_t, int32_t, int32_t) const { return false; }
+bool MMixerBaseModel::isSingleSpeaker(int32_t, int32_t, int32_t) const {
+    return false;
+}
 
-bool MMixerBaseModel::isCenterSource(float, float) const { return false; }
+bool MMixerBaseModel::isCenterSource(float, float) const {
+    return false;
+}
 
 void MMixerBaseModel::adjustPoint(float&, float&, float&, float&, float&, float&, float&) const {}
 
-uint32_t MMixerBaseModel::foldChannels() const { return inGrid.count(SpeakerGrid::kEar, SpeakerGrid::kFront); }
+uint32_t MMixerBaseModel::foldChannels() const {
+    return inGrid.count(SpeakerGrid::kEar, SpeakerGrid::kFront);
+}
 
-void MMixerBaseModel::setDeferred(bool on)
-{
+void MMixerBaseModel::setDeferred(bool on) {
     if (on) {
         deferred = true;
     } else if (deferred) {
@@ -148,26 +142,23 @@ void MMixerBaseModel::setDeferred(bool on)
     }
 }
 
-void MMixerBaseModel::setLfeLevel(double normalized)
-{
+void MMixerBaseModel::setLfeLevel(double normalized) {
     const auto gain = static_cast<float>(kLfeScale.toLinear(normalized));
-    if (std::fabs(gain - lfeGain) <= kGainTolerance)
-        return;
+    if (std::fabs(gain - lfeGain) <= kGainTolerance) return;
     lfeGain = gain;
     lfeNormalized = static_cast<float>(normalized);
-    if (gainSet)
-        updateLfe(false);
+    if (gainSet) updateLfe(false);
 }
 
 void MMixerBaseModel::setSolo(int32_t index, bool on, SpeakerArrangement arrangement, uint8_t* soloBytes,
                               std::vector<uint8_t>* channelBytes, bool& active, int32_t numChannels,
-                              const SpeakerGrid& grid)
-{
-    if (index < 0 || index >= Plx::kSpeakerIndexCount)
-        return;
+                              const SpeakerGrid& grid) {
+    if (index < 0 || index >= Plx::kSpeakerIndexCount) return;
     const int32_t bits = std::popcount(arrangement);
     // A mask of fewer than two speakers counts as the center speaker alone.
-    auto present = [&](SpeakerArrangement bit) { return bits < 2 ? bit == Spk::C : (arrangement & bit) != 0; };
+    auto present = [&](SpeakerArrangement bit) {
+        return bits < 2 ? bit == Spk::C : (arrangement & bit) != 0;
+    };
     const SpeakerArrangement bit = Plx::indexToBit(index);
 
     soloBytes[index] = on ? 1 : 0;
@@ -178,16 +169,13 @@ void MMixerBaseModel::setSolo(int32_t index, bool on, SpeakerArrangement arrange
         for (int32_t s = 0; s < Plx::kSpeakerIndexCount && !active; ++s)
             active = soloBytes[s] != 0 && present(Plx::indexToBit(s));
     }
-    if (!present(bit))
-        return; // a speaker that the arrangement lacks has no channel to solo
+    if (!present(bit)) return; // a speaker that the arrangement lacks has no channel to solo
     deferChange(ModelMessage::kSoloChanged);
 
-    if (!channelBytes || channelBytes->empty())
-        return;
+    if (!channelBytes || channelBytes->empty()) return;
     int32_t channel;
     if (bits == 1) {
-        if (bit != Spk::C)
-            return;
+        if (bit != Spk::C) return;
         channel = 0;
     } else {
         channel = grid.positionOf(bit);
@@ -201,23 +189,19 @@ void MMixerBaseModel::setSolo(int32_t index, bool on, SpeakerArrangement arrange
     }
 }
 
-MMixerBaseModel::Neighbours MMixerBaseModel::walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted)
-{
+MMixerBaseModel::Neighbours MMixerBaseModel::walkNeighbours(int32_t lo, int32_t hi, int32_t n,
+                                                            const uint8_t* muted) {
     Neighbours nb;
     for (int32_t k = 0; k < n; ++k) {
-        if (muted[k])
-            continue;
-        if (k <= lo || nb.lower < 0)
-            nb.lower = k;
+        if (muted[k]) continue;
+        if (k <= lo || nb.lower < 0) nb.lower = k;
         nb.upper = k;
-        if (k >= hi)
-            break;
+        if (k >= hi) break;
     }
     return nb;
 }
 
-MMixerBaseModel::Neighbours MMixerBaseModel::chooseNeighbours(float p, int32_t n, const uint8_t* muted)
-{
+MMixerBaseModel::Neighbours MMixerBaseModel::chooseNeighbours(float p, int32_t n, const uint8_t* muted) {
     const float q = static_cast<float>(n - 1) * p;
     const auto lo = static_cast<int32_t>(std::trunc(q));
     const int32_t hi = lo == n - 1 ? lo : lo + 1;
@@ -227,27 +211,23 @@ MMixerBaseModel::Neighbours MMixerBaseModel::chooseNeighbours(float p, int32_t n
     return nb;
 }
 
-void MMixerBaseModel::buildChannelMap(std::vector<int32_t>& map, SpeakerArrangement mask, const SpeakerGrid& grid)
-{
+void MMixerBaseModel::buildChannelMap(std::vector<int32_t>& map, SpeakerArrangement mask,
+                                      const SpeakerGrid& grid) {
     const auto size = static_cast<int32_t>(grid.mainCount() + grid.lfeCount());
     map.resize(static_cast<size_t>(size));
-    for (int32_t i = 0; i < size; ++i)
-        map[static_cast<size_t>(i)] = i;
-    if (size == 0)
-        return;
+    for (int32_t i = 0; i < size; ++i) map[static_cast<size_t>(i)] = i;
+    if (size == 0) return;
     int32_t channel = 0;
     for (SpeakerArrangement rest = mask; rest != 0; rest &= rest - 1, ++channel) {
         const SpeakerArrangement bit = rest & (~rest + 1);
         // A bit without a place in the grid lands on the first position; a bus
         // channel beyond the grid's channels has no matrix column to go to.
         const int32_t position = std::clamp(std::max(grid.positionOf(bit), 0), 0, size - 1);
-        if (channel < size)
-            map[static_cast<size_t>(position)] = channel;
+        if (channel < size) map[static_cast<size_t>(position)] = channel;
     }
 }
 
-void MMixerBaseModel::recomputeMutes()
-{
+void MMixerBaseModel::recomputeMutes() {
     activeLayers = 0;
     size_t counter = 0;
     for (uint32_t l = 0; l < outGrid.layers(); ++l) {
@@ -258,10 +238,8 @@ void MMixerBaseModel::recomputeMutes()
             zoneMuted[l][j] = 1;
             const uint32_t c = outGrid.countOf(l, j);
             for (uint32_t k = 0; k < c; ++k, ++counter)
-                if (counter < speakerMuted.size() && speakerMuted[counter] == 0)
-                    zoneMuted[l][j] = 0;
-            if (zoneMuted[l][j])
-                --activeZones[l];
+                if (counter < speakerMuted.size() && speakerMuted[counter] == 0) zoneMuted[l][j] = 0;
+            if (zoneMuted[l][j]) --activeZones[l];
         }
         if (activeZones[l] > 0) {
             layerMuted[l] = 0;
@@ -270,13 +248,10 @@ void MMixerBaseModel::recomputeMutes()
     }
 }
 
-void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
-                               float z, bool flat)
-{
-    if (!matrix.allocated || row < 0 || row >= matrix.rows)
-        return;
-    if (inGrid.layers() == 2 && outGrid.layers() == 2)
-        z = std::clamp(2.0f * z - 1.0f, 0.0f, 1.0f);
+void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
+                               float y, float z, bool flat) {
+    if (!matrix.allocated || row < 0 || row >= matrix.rows) return;
+    if (inGrid.layers() == 2 && outGrid.layers() == 2) z = std::clamp(2.0f * z - 1.0f, 0.0f, 1.0f);
     const float m = flat ? 0.0f : divergenceShare(activeLayers, heightDivergence);
 
     float top = 1.0f, side = 1.0f, rear = 1.0f, bottom = 1.0f;
@@ -304,20 +279,17 @@ void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector
     }
 }
 
-void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
-                               float level, bool flat, int32_t& counter, uint32_t layer)
-{
+void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
+                               float y, float level, bool flat, int32_t& counter, uint32_t layer) {
     const uint32_t zones = outGrid.zonesOfLayer(layer);
     float* out = matrix.row(row);
     auto silence = [&](uint32_t zone) {
         const auto c = static_cast<int32_t>(outGrid.countOf(layer, zone));
-        for (int32_t k = 0; k < c; ++k)
-            out[outMap[static_cast<size_t>(counter + k)]] = 0.0f;
+        for (int32_t k = 0; k < c; ++k) out[outMap[static_cast<size_t>(counter + k)]] = 0.0f;
         counter += c;
     };
     if (level < kGainTolerance) {
-        for (uint32_t j = 0; j < zones; ++j)
-            silence(j);
+        for (uint32_t j = 0; j < zones; ++j) silence(j);
         return;
     }
 
@@ -330,8 +302,7 @@ void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector
     float centerGain = 1.0f;
     if (isCenterSource(x, y)) {
         centerGain = centerLvl;
-        if (!outGrid.hasFrontCenter() && numOut + numOutLfe > 1)
-            centerGain = centerGain / kSqrtHalf;
+        if (!outGrid.hasFrontCenter() && numOut + numOutLfe > 1) centerGain = centerGain / kSqrtHalf;
     }
 
     const float others = (static_cast<float>(n) - 2.0f) * m * m;
@@ -341,10 +312,8 @@ void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector
     // With a folded input, every depth zone meets the output's one ring,
     // attenuated by the surround level to the power of its distance.
     uint32_t ringZone = 0;
-    while (ringZone < SpeakerGrid::kZones && outGrid.count(SpeakerGrid::kEar, ringZone) == 0)
-        ++ringZone;
-    if (ringZone == SpeakerGrid::kZones)
-        ringZone = 0;
+    while (ringZone < SpeakerGrid::kZones && outGrid.count(SpeakerGrid::kEar, ringZone) == 0) ++ringZone;
+    if (ringZone == SpeakerGrid::kZones) ringZone = 0;
 
     for (uint32_t j = 0; j < zones; ++j) {
         float gain;
@@ -363,23 +332,22 @@ void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector
             silence(j);
             continue;
         }
-        panZone(matrix, row, outMap, x, y, globalLvl * level * centerGain * gain, flat, counter, layer, j, zones);
+        panZone(matrix, row, outMap, x, y, globalLvl * level * centerGain * gain, flat, counter, layer, j,
+                zones);
         counter += static_cast<int32_t>(outGrid.countOf(layer, j));
     }
 }
 
-void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
-                              float zoneLevel, bool flat, int32_t counter, uint32_t layer, uint32_t zone,
-                              uint32_t zones)
-{
+void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
+                              float y, float zoneLevel, bool flat, int32_t counter, uint32_t layer,
+                              uint32_t zone, uint32_t zones) {
     const auto c = static_cast<int32_t>(outGrid.countOf(layer, zone));
     const uint8_t* muted = speakerMuted.data() + counter;
     float* out = matrix.row(row);
     auto put = [&](int32_t k, float v) { out[outMap[static_cast<size_t>(counter + k)]] = v * zoneLevel; };
 
     uint32_t nA = 0;
-    for (int32_t k = 0; k < c; ++k)
-        nA += muted[k] == 0 ? 1 : 0;
+    for (int32_t k = 0; k < c; ++k) nA += muted[k] == 0 ? 1 : 0;
     const float t = zones < 2 ? 0.0f : static_cast<float>(zone) / static_cast<float>(zones - 1);
     const float d = flat ? 1.0f : 1.0f - (1.0f - t) * frontDivergence - rearDivergence * t;
     const float m = divergenceShare(nA, 1.0f - d);
@@ -413,7 +381,8 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
     const bool single = isSingleSpeaker(lowerX, upperX, last);
     float fx = -1.0f;
     if (!single && lowerX < upperX)
-        fx = 2.0f * (static_cast<float>(last) * x - static_cast<float>(lowerX)) / static_cast<float>(upperX - lowerX) -
+        fx = 2.0f * (static_cast<float>(last) * x - static_cast<float>(lowerX)) /
+                 static_cast<float>(upperX - lowerX) -
              1.0f;
     if (single) {
         // One output speaker takes the input's whole zone at equal power.
@@ -432,8 +401,7 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
         // A point that comes from no input zone (a side or top moved there)
         // has the speaker to itself.
         fx = sources > 0 ? std::sqrt(1.0f / static_cast<float>(sources)) : 1.0f;
-        for (int32_t k = 0; k < c; ++k)
-            put(k, fx);
+        for (int32_t k = 0; k < c; ++k) put(k, fx);
         return;
     }
 
@@ -452,8 +420,7 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
         return;
     }
 
-    for (int32_t k = 0; k < c; ++k)
-        put(k, muted[k] ? 0.0f : m);
+    for (int32_t k = 0; k < c; ++k) put(k, muted[k] ? 0.0f : m);
     const float v = centerSpread;
     float gLo, gHi;
     if (fx < -v) {
@@ -494,43 +461,32 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
     put(mid, gMid);
 }
 
-MixMatrix& MMixerBaseModel::matrixOf(bool direct)
-{
-    if (!gainSet)
-        return fallback;
+MixMatrix& MMixerBaseModel::matrixOf(bool direct) {
+    if (!gainSet) return fallback;
     return gainSet->matrix[direct ? MixGainSet::kDirect : MixGainSet::kNormal];
 }
 
-void MMixerBaseModel::clearMainOutputs(MixMatrix& matrix, int32_t row)
-{
-    if (!gainSet || row < 0 || row >= matrix.rows)
-        return;
-    for (int32_t o = 0; o < numOut; ++o)
-        matrix.at(row, gainSet->outMap[static_cast<size_t>(o)]) = 0.0f;
+void MMixerBaseModel::clearMainOutputs(MixMatrix& matrix, int32_t row) {
+    if (!gainSet || row < 0 || row >= matrix.rows) return;
+    for (int32_t o = 0; o < numOut; ++o) matrix.at(row, gainSet->outMap[static_cast<size_t>(o)]) = 0.0f;
 }
 
-void MMixerBaseModel::clearUnsoloedOutputs(MixMatrix& matrix, int32_t row)
-{
-    if (!gainSet || row < 0 || row >= matrix.rows)
-        return;
+void MMixerBaseModel::clearUnsoloedOutputs(MixMatrix& matrix, int32_t row) {
+    if (!gainSet || row < 0 || row >= matrix.rows) return;
     for (int32_t o = 0; o < numOut; ++o)
         if (outChannelSolo[static_cast<size_t>(o)] == 0)
             matrix.at(row, gainSet->outMap[static_cast<size_t>(o)]) = 0.0f;
 }
 
-void MMixerBaseModel::updateLfe(bool direct)
-{
+void MMixerBaseModel::updateLfe(bool direct) {
     if (deferred && !direct) {
         pendingLfe = true;
         return;
     }
-    if (!gainSet)
-        return;
-    if (!direct)
-        pendingLfe = false;
+    if (!gainSet) return;
+    if (!direct) pendingLfe = false;
     MixMatrix& mat = matrixOf(direct);
-    if (!mat.allocated)
-        return;
+    if (!mat.allocated) return;
 
     const std::vector<int32_t>& inMap = gainSet->inMap;
     const std::vector<int32_t>& outMap = gainSet->outMap;
@@ -546,23 +502,18 @@ void MMixerBaseModel::updateLfe(bool direct)
 
     if (numOutLfe == 1 && numInLfe == 0) {
         const float v = direct || outMute(lfe) ? 0.0f : g / static_cast<float>(numIn);
-        for (int32_t i = 0; i < numIn; ++i)
-            at(i, lfeOut) = v;
+        for (int32_t i = 0; i < numIn; ++i) at(i, lfeOut) = v;
     } else if (numOutLfe == 1 && numInLfe >= 1) {
-        for (int32_t i = 0; i < numIn; ++i)
-            at(i, lfeOut) = 0.0f;
-        for (int32_t o = 0; o < numOut; ++o)
-            at(lfeIn, o) = 0.0f;
+        for (int32_t i = 0; i < numIn; ++i) at(i, lfeOut) = 0.0f;
+        for (int32_t o = 0; o < numOut; ++o) at(lfeIn, o) = 0.0f;
         at(lfeIn, lfeOut) = direct ? 1.0f : (outMute(lfe) || inMute(lfe) ? 0.0f : g);
     } else if (numOutLfe == 2 && numInLfe == 0) {
         for (int32_t k = 0; k < 2; ++k) {
             const float v = direct || outMute(lfe + k) ? 0.0f : kSqrtHalf * g / static_cast<float>(numIn);
-            for (int32_t i = 0; i < numIn; ++i)
-                at(i, lfeOut + k) = v;
+            for (int32_t i = 0; i < numIn; ++i) at(i, lfeOut + k) = v;
         }
     } else if (numOutLfe == 2 && numInLfe == 1) {
-        for (int32_t o = 0; o < numOut; ++o)
-            at(lfeIn, o) = 0.0f;
+        for (int32_t o = 0; o < numOut; ++o) at(lfeIn, o) = 0.0f;
         for (int32_t k = 0; k < 2; ++k) {
             float v;
             if (direct)
@@ -582,8 +533,7 @@ void MMixerBaseModel::updateLfe(bool direct)
     analyse(mat.rows, mat.cols, direct ? MixGainSet::kDirect : MixGainSet::kNormal);
 }
 
-void MMixerBaseModel::analyse(int32_t rows, int32_t cols, int32_t which)
-{
+void MMixerBaseModel::analyse(int32_t rows, int32_t cols, int32_t which) {
     std::vector<int32_t>& routing = gainSet->routing[which];
     const MixMatrix& mat = gainSet->matrix[which];
     std::fill(routing.begin(), routing.end(), -1);

@@ -32,8 +32,8 @@ inline constexpr int32_t kDirectMode = 199;
 
 // Change messages to dependents.
 namespace ModelMessage {
-inline constexpr int32_t kSoloReset = 0x400;    // the solos were cleared
-inline constexpr int32_t kSoloChanged = 0x402;  // a present speaker's solo changed
+inline constexpr int32_t kSoloReset = 0x400;   // the solos were cleared
+inline constexpr int32_t kSoloChanged = 0x402; // a present speaker's solo changed
 inline constexpr int32_t kDirectChanged = 0x403;
 } // namespace ModelMessage
 
@@ -49,15 +49,15 @@ public:
     ~MMixerBaseModel() override;
 
     // Virtual operations, in this order.
-    virtual double getDefault(int32_t id);               // normalized default for the present arrangements
-    virtual bool isInputSolo(int32_t index) const;        // by speaker index
+    virtual double getDefault(int32_t id);         // normalized default for the present arrangements
+    virtual bool isInputSolo(int32_t index) const; // by speaker index
     virtual bool isOutputSolo(int32_t index) const;
-    virtual bool setDirectMode(bool on);                 // true when it changed
+    virtual bool setDirectMode(bool on); // true when it changed
     virtual void setArrangements(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out);
     virtual void applyDeferred();
     virtual void allocate();
     virtual void clearMatrices();
-    virtual bool isFolding() const;                      // the input's depth zones fold into one ring
+    virtual bool isFolding() const; // the input's depth zones fold into one ring
     virtual bool isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const;
     virtual bool isCenterSource(float x, float y) const;
     virtual void adjustPoint(float& x, float& y, float& z, float& top, float& side, float& rear,
@@ -83,8 +83,7 @@ public:
     float getLfeGain() const { return lfeGain; }
     float getLfeNormalized() const { return lfeNormalized; }
 
-    void getArrangements(Plx::SpeakerArrangement& in, Plx::SpeakerArrangement& out) const
-    {
+    void getArrangements(Plx::SpeakerArrangement& in, Plx::SpeakerArrangement& out) const {
         in = inputArr;
         out = outputArr;
     }
@@ -105,13 +104,14 @@ public:
     // `soloBytes`, keeps `active` up to date, and sets the per-channel byte of
     // `grid`'s order, recomputing the gains when it changed.
     void setSolo(int32_t index, bool on, Plx::SpeakerArrangement arrangement, uint8_t* soloBytes,
-                 std::vector<uint8_t>* channelBytes, bool& active, int32_t numChannels, const SpeakerGrid& grid);
+                 std::vector<uint8_t>* channelBytes, bool& active, int32_t numChannels,
+                 const SpeakerGrid& grid);
 
     // Spreads the point (x, y, z) over the outputs into row `row` of `matrix`.
     // `flat` leaves out every divergence (and the converter's single-speaker
     // and three-speaker rules that depend on them).
-    void panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y, float z,
-                  bool flat);
+    void panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
+                  float z, bool flat);
 
 protected:
     struct Neighbours {
@@ -124,13 +124,14 @@ protected:
     // The walk of chooseNeighbours between two given items.
     static Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted);
 
-    void panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y, float level,
-                  bool flat, int32_t& counter, uint32_t layer);
+    void panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
+                  float level, bool flat, int32_t& counter, uint32_t layer);
     void panZone(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
                  float zoneLevel, bool flat, int32_t counter, uint32_t layer, uint32_t zone, uint32_t zones);
 
     // Fills `map` (grid position to bus channel) for `mask`.
-    static void buildChannelMap(std::vector<int32_t>& map, Plx::SpeakerArrangement mask, const SpeakerGrid& grid);
+    static void buildChannelMap(std::vector<int32_t>& map, Plx::SpeakerArrangement mask,
+                                const SpeakerGrid& grid);
     // Recomputes activeLayers, activeZones, layerMuted and zoneMuted from speakerMuted.
     void recomputeMutes();
     // Pure-routing analysis of matrix `which` into the gain set's routing.
@@ -142,15 +143,11 @@ protected:
     void clearMainOutputs(MixMatrix& matrix, int32_t row);
 
     // Change messages go to dependents only when the model is told to send them.
-    void sendChange(int32_t message)
-    {
-        if (notifyChanges)
-            changed(message);
+    void sendChange(int32_t message) {
+        if (notifyChanges) changed(message);
     }
-    void deferChange(int32_t message)
-    {
-        if (notifyChanges)
-            deferUpdate(message);
+    void deferChange(int32_t message) {
+        if (notifyChanges) deferUpdate(message);
     }
 
     std::unique_ptr<MixGainSet> gainSet;

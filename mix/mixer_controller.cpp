@@ -22,16 +22,19 @@ constexpr int32 kNivoraProductCodes[] = {28000, 30000};
 constexpr SpeakerArrangement kFirstInput = 0x80000;
 constexpr SpeakerArrangement kFirstOutput = 0x3F;
 // The level rows that follow the arrangements, in the order they are reset.
-constexpr int32_t kLevelResetOrder[] = {ParamId::kLfeLevel, ParamId::kCenterLvl,  ParamId::kSurroundLvl,
-                                        ParamId::kTopLvl,   ParamId::kBottomLvl,  ParamId::kSideLvl};
+constexpr int32_t kLevelResetOrder[] = {ParamId::kLfeLevel, ParamId::kCenterLvl, ParamId::kSurroundLvl,
+                                        ParamId::kTopLvl,   ParamId::kBottomLvl, ParamId::kSideLvl};
 
-bool isOn(double value) { return value > 0.5; }
+bool isOn(double value) {
+    return value > 0.5;
+}
 
 // Solo tables count a mask of fewer than two speakers as a center speaker.
-SpeakerArrangement soloMask(SpeakerArrangement mask) { return getChannelCount(mask) < 2 ? Speaker::C : mask; }
+SpeakerArrangement soloMask(SpeakerArrangement mask) {
+    return getChannelCount(mask) < 2 ? Speaker::C : mask;
+}
 
-bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& arr)
-{
+bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& arr) {
     arr = 0;
     const void* data = nullptr;
     uint32 size = 0;
@@ -46,14 +49,13 @@ bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& ar
 // parameter handling, as if the host had set them.
 class StateTarget final : public IParamSetPlainValue {
 public:
-    StateTarget(MMixerController& controller, const MixParamTable& table) : controller(controller), table(table) {}
+    StateTarget(MMixerController& controller, const MixParamTable& table)
+        : controller(controller), table(table) {}
     // Streams older than the processor accepts are refused here too.
     bool setVersion(int32_t version) override { return version >= kMixPluginVersion; }
-    void setPlainValue(int32_t id, double plain) override
-    {
+    void setPlainValue(int32_t id, double plain) override {
         const double normalized = table.toNormalized(id, plain);
-        if (normalized >= 0.0)
-            controller.setParamNormalized(static_cast<ParamID>(id), normalized);
+        if (normalized >= 0.0) controller.setParamNormalized(static_cast<ParamID>(id), normalized);
     }
     void setString(int32_t, const std::string&) override {}
 
@@ -64,26 +66,24 @@ private:
 
 } // namespace
 
-MMixerController::MMixerController() : model(IPtr<MMixerModel>::adopt(new MMixerModel))
-{
+MMixerController::MMixerController() : model(IPtr<MMixerModel>::adopt(new MMixerModel)) {
     model->setArrangements(kFirstInput, kFirstOutput);
     model->setNotifyChanges(true);
     model->addDependent(this);
 }
 
-MMixerController::~MMixerController() { model->removeDependent(this); }
+MMixerController::~MMixerController() {
+    model->removeDependent(this);
+}
 
-tresult MMixerController::initialize(FUnknown* context)
-{
+tresult MMixerController::initialize(FUnknown* context) {
     IPtr<IPlxHostInfo> hostInfo = IPtr<IPlxHostInfo>::adopt(queryInterfaceOf<IPlxHostInfo>(context));
     int32 productCode = 0;
     if (hostInfo && hostInfo->getProductCode(&productCode) == kResultOk)
-        for (int32 code : kNivoraProductCodes)
-            isNivora = isNivora || productCode == code;
+        for (int32 code : kNivoraProductCodes) isNivora = isNivora || productCode == code;
 
     const tresult result = MMixerBaseController::initialize(context);
-    if (result != kResultOk)
-        return result;
+    if (result != kResultOk) return result;
 
     using namespace EditorParamId;
     addEditorSwitch(kIsInsert, editorParamName(kIsInsert));
@@ -115,45 +115,39 @@ tresult MMixerController::initialize(FUnknown* context)
     return kResultOk;
 }
 
-tresult MMixerController::terminate()
-{
+tresult MMixerController::terminate() {
     inputGroups.clear();
     outputGroups.clear();
     return MMixerBaseController::terminate();
 }
 
-void MMixerController::afterParameters()
-{
+void MMixerController::afterParameters() {
     MMixerBaseController::afterParameters();
     // The output solos: the input solo rows with "Output" for "Input".
     for (int32_t index = 0; index < kSpeakerIndexCount; ++index) {
         const ParamInfoRecord* input = infoAccessor.find(ParamId::kInputSoloFirst + index);
         std::string title = input ? input->title : "";
-        if (const size_t at = title.find("Input"); at != std::string::npos)
-            title.replace(at, 5, "Output");
+        if (const size_t at = title.find("Input"); at != std::string::npos) title.replace(at, 5, "Output");
         const std::u16string title16 = utf8ToUtf16(title);
-        parameters.addParameter(new Parameter(title16.c_str(), static_cast<ParamID>(ParamId::kOutputSoloFirst + index),
+        parameters.addParameter(new Parameter(title16.c_str(),
+                                              static_cast<ParamID>(ParamId::kOutputSoloFirst + index),
                                               nullptr, 0.0, 1, ParameterInfo::kNoFlags));
     }
 }
 
-Parameter* MMixerController::createTableParameter(const ParamInfoRecord& row)
-{
-    if (row.type != ParamInfoRecord::kList)
-        return MMixerBaseController::createTableParameter(row);
+Parameter* MMixerController::createTableParameter(const ParamInfoRecord& row) {
+    if (row.type != ParamInfoRecord::kList) return MMixerBaseController::createTableParameter(row);
     // The output format: one step per entry of the list, text from the list.
     const std::u16string title = utf8ToUtf16(row.title);
-    const int32 flags = ParameterInfo::kIsList | ((row.flags & ParamInfoRecord::kAutomatable) ? ParameterInfo::kCanAutomate : 0);
+    const int32 flags = ParameterInfo::kIsList |
+                        ((row.flags & ParamInfoRecord::kAutomatable) ? ParameterInfo::kCanAutomate : 0);
     return new Parameter(title.c_str(), static_cast<ParamID>(row.id), nullptr, 0.0, 0, flags);
 }
 
-tresult MMixerController::setParamNormalized(ParamID id, ParamValue value)
-{
-    if (std::isnan(value))
-        return kInvalidArgument;
+tresult MMixerController::setParamNormalized(ParamID id, ParamValue value) {
+    if (std::isnan(value)) return kInvalidArgument;
     Parameter* p = getParameterObject(id);
-    if (!p)
-        return MMixerBaseController::setParamNormalized(id, value);
+    if (!p) return MMixerBaseController::setParamNormalized(id, value);
     // The host's own value: stored, and never told back.
     p->setNormalized(value);
     const double v = p->getNormalized();
@@ -164,8 +158,7 @@ tresult MMixerController::setParamNormalized(ParamID id, ParamValue value)
     case ParamId::kSurroundToFront: applyFoldSwitch(id, ParamId::kSoloToCenter, v); return kResultOk;
     case ParamId::kOutputArr: {
         const int32_t index = arrangements.indexFromNormalized(v);
-        if (index >= 0)
-            setOutputArrangement(arrangements.at(index));
+        if (index >= 0) setOutputArrangement(arrangements.at(index));
         return kResultOk;
     }
     case ParamId::kActiveParts: {
@@ -177,8 +170,7 @@ tresult MMixerController::setParamNormalized(ParamID id, ParamValue value)
     }
     case SoloGroupId::kResetInput:
     case SoloGroupId::kResetOutput:
-        if (isOn(v))
-            resetSolos(sid == SoloGroupId::kResetInput);
+        if (isOn(v)) resetSolos(sid == SoloGroupId::kResetInput);
         writeParam(id, 0.0, false); // a button: it springs back
         return kResultOk;
     default: break;
@@ -193,22 +185,18 @@ tresult MMixerController::setParamNormalized(ParamID id, ParamValue value)
     return kResultOk;
 }
 
-void MMixerController::applyFoldSwitch(ParamID id, ParamID other, double value)
-{
+void MMixerController::applyFoldSwitch(ParamID id, ParamID other, double value) {
     const bool on = std::fabs(value - 1.0) <= kDoubleTolerance;
     model->setParamValue(static_cast<int32_t>(id), on ? 1.0 : 0.0);
-    if (on && getParamNormalized(other) != 0.0)
-        writeParam(other, 0.0, true);
+    if (on && getParamNormalized(other) != 0.0) writeParam(other, 0.0, true);
 }
 
-void MMixerController::applySoloGroup(int32_t id, bool on)
-{
+void MMixerController::applySoloGroup(int32_t id, bool on) {
     const SoloGroup* group = findSoloGroup(id);
     const bool input = isInputGroupId(id);
     const int32_t first = input ? ParamId::kInputSoloFirst : ParamId::kOutputSoloFirst;
     // Switching a group off leaves its speakers as they are.
-    if (!on)
-        return;
+    if (!on) return;
     for (int32_t index : group->speakers) {
         writeParam(static_cast<ParamID>(first + index), 1.0, true);
         model->setParamValue(first + index, 1.0);
@@ -220,8 +208,7 @@ void MMixerController::applySoloGroup(int32_t id, bool on)
     updateSoloModes();
 }
 
-void MMixerController::resetSolos(bool input)
-{
+void MMixerController::resetSolos(bool input) {
     const int32_t first = input ? ParamId::kInputSoloFirst : ParamId::kOutputSoloFirst;
     for (int32_t index = 0; index < kSpeakerIndexCount; ++index) {
         writeParam(static_cast<ParamID>(first + index), 0.0, true);
@@ -232,8 +219,7 @@ void MMixerController::resetSolos(bool input)
     updateSoloModes();
 }
 
-void MMixerController::deriveGroupStates()
-{
+void MMixerController::deriveGroupStates() {
     for (const bool input : {true, false}) {
         const SpeakerArrangement mask =
             soloMask(input ? model->getInputArrangement() : model->getOutputArrangement());
@@ -241,26 +227,24 @@ void MMixerController::deriveGroupStates()
             bool present = false;
             bool all = true;
             for (int32_t index : group.speakers) {
-                if (!(mask & indexToBit(index)))
-                    continue;
+                if (!(mask & indexToBit(index))) continue;
                 present = true;
                 all = all && (input ? model->isInputSolo(index) : model->isOutputSolo(index));
             }
             // A group without speakers here keeps its state.
             if (present)
-                writeParam(static_cast<ParamID>(input ? group.inputId : group.outputId), all ? 1.0 : 0.0, false);
+                writeParam(static_cast<ParamID>(input ? group.inputId : group.outputId), all ? 1.0 : 0.0,
+                           false);
         }
     }
 }
 
-void MMixerController::updateSoloModes()
-{
+void MMixerController::updateSoloModes() {
     writeEditorParam(EditorParamId::kInInputSoloMode, model->isInSoloActive() ? 1.0 : 0.0);
     writeEditorParam(EditorParamId::kInOutputSoloMode, model->isOutSoloActive() ? 1.0 : 0.0);
 }
 
-void MMixerController::update(FUnknown* changedUnknown, int32 message)
-{
+void MMixerController::update(FUnknown* changedUnknown, int32 message) {
     if (changedUnknown != static_cast<IDependent*>(model.get())) {
         MMixerBaseController::update(changedUnknown, message);
         return;
@@ -281,8 +265,7 @@ void MMixerController::update(FUnknown* changedUnknown, int32 message)
     }
 }
 
-void MMixerController::arrangementsChanged(SpeakerArrangement in, SpeakerArrangement out, bool changeParams)
-{
+void MMixerController::arrangementsChanged(SpeakerArrangement in, SpeakerArrangement out, bool changeParams) {
     model->setArrangements(in, out);
 
     arrangements.clear();
@@ -313,8 +296,7 @@ void MMixerController::arrangementsChanged(SpeakerArrangement in, SpeakerArrange
     }
 }
 
-void MMixerController::refreshEditorParameters()
-{
+void MMixerController::refreshEditorParameters() {
     using namespace EditorParamId;
     const SpeakerArrangement in = model->getInputArrangement();
     const SpeakerArrangement out = model->getOutputArrangement();
@@ -331,26 +313,23 @@ void MMixerController::refreshEditorParameters()
     }
     const bool lfe = model->getNumInLfe() > 0 || model->getNumOutLfe() > 0;
     writeEditorParam(kLfeVolActiveGui, lfe ? 1.0 : 0.0);
-    const std::pair<ParamID, SpeakerArrangement> names[] = {{kInputArrangement, in}, {kOutputArrangement, out}};
+    const std::pair<ParamID, SpeakerArrangement> names[] = {{kInputArrangement, in},
+                                                            {kOutputArrangement, out}};
     for (const auto& [id, mask] : names)
         if (auto* text = FCast<StringListParameter>(editorParameters.getParameter(id)))
             text->replaceString(0, utf8ToUtf16(speakerArrangementName(mask, false)).c_str());
     updateSoloModes();
 }
 
-bool MMixerController::isSoloGroupEnabled(int32_t id) const
-{
+bool MMixerController::isSoloGroupEnabled(int32_t id) const {
     const SoloGroup* group = findSoloGroup(id);
-    if (!group)
-        return false;
+    if (!group) return false;
     return isSoloGroupAvailable(*group, isInputGroupId(id) ? model->getInputArrangement()
-                                                          : model->getOutputArrangement());
+                                                           : model->getOutputArrangement());
 }
 
-tresult MMixerController::setOutputArrangement(SpeakerArrangement arr)
-{
-    if (arr == model->getOutputArrangement())
-        return kResultFalse;
+tresult MMixerController::setOutputArrangement(SpeakerArrangement arr) {
+    if (arr == model->getOutputArrangement()) return kResultFalse;
     IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
     if (message) {
         message->setMessageID(Msg::kRequestedOutputArrangement);
@@ -362,8 +341,7 @@ tresult MMixerController::setOutputArrangement(SpeakerArrangement arr)
     return kResultOk;
 }
 
-tresult MMixerController::getParamStringByValue(ParamID id, ParamValue valueNormalized, char16* string)
-{
+tresult MMixerController::getParamStringByValue(ParamID id, ParamValue valueNormalized, char16* string) {
     if (id != static_cast<ParamID>(ParamId::kOutputArr) || !string)
         return MMixerBaseController::getParamStringByValue(id, valueNormalized, string);
     const int32_t index = arrangements.indexFromNormalized(valueNormalized);
@@ -371,8 +349,8 @@ tresult MMixerController::getParamStringByValue(ParamID id, ParamValue valueNorm
     return kResultOk;
 }
 
-tresult MMixerController::getParamValueByString(ParamID id, const char16* string, ParamValue* valueNormalized)
-{
+tresult MMixerController::getParamValueByString(ParamID id, const char16* string,
+                                                ParamValue* valueNormalized) {
     if (id != static_cast<ParamID>(ParamId::kOutputArr) || !string || !valueNormalized)
         return MMixerBaseController::getParamValueByString(id, string, valueNormalized);
     const std::string name = utf16ToUtf8(string);
@@ -384,10 +362,8 @@ tresult MMixerController::getParamValueByString(ParamID id, const char16* string
     return kResultFalse;
 }
 
-tresult MMixerController::notify(IMessage* message)
-{
-    if (!message)
-        return kInvalidArgument;
+tresult MMixerController::notify(IMessage* message) {
+    if (!message) return kInvalidArgument;
     const char* id = message->getMessageID();
     if (id && std::strcmp(id, Msg::kGraphLocation) == 0) {
         usedAsPanner = intAttribute(message, Msg::kUsedAsPanner) != 0;
@@ -403,10 +379,8 @@ tresult MMixerController::notify(IMessage* message)
     return MMixerBaseController::notify(message);
 }
 
-tresult MMixerController::setComponentState(IPlxStream* state)
-{
-    if (!state)
-        return kResultFalse;
+tresult MMixerController::setComponentState(IPlxStream* state) {
+    if (!state) return kResultFalse;
     StateTarget target(*this, infoAccessor);
     model->setDeferred(true);
     const StateRead read = readMixParams(state, target);
@@ -414,11 +388,12 @@ tresult MMixerController::setComponentState(IPlxStream* state)
     return read == StateRead::Refused ? kResultFalse : kResultOk;
 }
 
-bool MMixerController::getParamIdByRemoteName(const char* name, int32_t& id) const
-{
+bool MMixerController::getParamIdByRemoteName(const char* name, int32_t& id) const {
     return mixerRemoteNameToId(name, id);
 }
 
-const char* MMixerController::getEditorName(const char* name) const { return mixerEditorName(name, isNivora); }
+const char* MMixerController::getEditorName(const char* name) const {
+    return mixerEditorName(name, isNivora);
+}
 
 } // namespace Tannhofen::Mix

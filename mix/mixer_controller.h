@@ -30,7 +30,8 @@ public:
     // the model. Answers false for a stream that isn't a mix state.
     Plx::tresult setComponentState(Plx::IPlxStream* state) override;
     Plx::tresult setParamNormalized(Plx::ParamID id, Plx::ParamValue value) override;
-    Plx::tresult getParamStringByValue(Plx::ParamID id, Plx::ParamValue valueNormalized, Plx::char16* string) override;
+    Plx::tresult getParamStringByValue(Plx::ParamID id, Plx::ParamValue valueNormalized,
+                                       Plx::char16* string) override;
     Plx::tresult getParamValueByString(Plx::ParamID id, const Plx::char16* string,
                                        Plx::ParamValue* valueNormalized) override;
     Plx::tresult notify(Plx::IMessage* message) override;

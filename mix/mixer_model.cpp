@@ -13,62 +13,55 @@ namespace Spk = Plx::Speaker;
 
 namespace {
 
-float normalizedLevel(double linear) { return static_cast<float>(kLevelScale.toNormalized(linear)); }
+float normalizedLevel(double linear) {
+    return static_cast<float>(kLevelScale.toNormalized(linear));
+}
 
-bool isOn(double value) { return std::fabs(value - 1.0) <= MMixerBaseModel::kFlagTolerance; }
+bool isOn(double value) {
+    return std::fabs(value - 1.0) <= MMixerBaseModel::kFlagTolerance;
+}
 
 } // namespace
 
 MMixerModel::MMixerModel()
-    : topNorm(normalizedLevel(topLvl)), sideNorm(normalizedLevel(sideLvl)),
-      surroundNorm(normalizedLevel(surroundLvl)), centerNorm(normalizedLevel(centerLvl)),
-      bottomNorm(normalizedLevel(bottomLvl)), globalNorm(normalizedLevel(globalLvl))
-{
-}
+    : topNorm(normalizedLevel(topLvl)),
+      sideNorm(normalizedLevel(sideLvl)),
+      surroundNorm(normalizedLevel(surroundLvl)),
+      centerNorm(normalizedLevel(centerLvl)),
+      bottomNorm(normalizedLevel(bottomLvl)),
+      globalNorm(normalizedLevel(globalLvl)) {}
 
-double MMixerModel::getDefault(int32_t id)
-{
+double MMixerModel::getDefault(int32_t id) {
     constexpr double unity = 0.75; // 0 dB on the level scale
     const SpeakerArrangement in = inputArr, out = outputArr;
     switch (id) {
     case ParamId::kCenterLvl:
-        if (outGrid.hasFrontCenter() || numOut + numOutLfe == 1)
-            return unity;
+        if (outGrid.hasFrontCenter() || numOut + numOutLfe == 1) return unity;
         return kLevelScale.toNormalized(kSqrtHalf);
     case ParamId::kSurroundLvl:
-        if (!inputHasDepth())
-            return 0.0;
+        if (!inputHasDepth()) return 0.0;
         return isFolding() ? kLevelScale.toNormalized(0.5) : unity;
-    case ParamId::kGlobalLvl:
-        return unity;
+    case ParamId::kGlobalLvl: return unity;
     case ParamId::kSideLvl:
-        if (!(in & (Spk::Sl | Spk::Pl)))
-            return unity;
-        if ((out & (Spk::Sl | Spk::Pl)) || ((out & Spk::Ls) && (out & Spk::L)))
-            return unity;
+        if (!(in & (Spk::Sl | Spk::Pl))) return unity;
+        if ((out & (Spk::Sl | Spk::Pl)) || ((out & Spk::Ls) && (out & Spk::L))) return unity;
         return kLevelScale.toNormalized(0.5);
     case ParamId::kTopLvl: {
         constexpr SpeakerArrangement tops = Spk::Tfl | Spk::Tsl | Spk::Trl;
-        if (!(in & tops))
-            return 0.0;
-        if (out & tops)
-            return unity;
+        if (!(in & tops)) return 0.0;
+        if (out & tops) return unity;
         return kLevelScale.toNormalized(std::sqrt(kSqrtHalf));
     }
-    case ParamId::kBottomLvl:
-        return (in & Spk::Bfl) ? unity : 0.0;
-    default:
-        return MMixerBaseModel::getDefault(id);
+    case ParamId::kBottomLvl: return (in & Spk::Bfl) ? unity : 0.0;
+    default: return MMixerBaseModel::getDefault(id);
     }
 }
 
-bool MMixerModel::isInputSolo(int32_t index) const
-{
+bool MMixerModel::isInputSolo(int32_t index) const {
     return index >= 0 && index < Plx::kSpeakerIndexCount && inSolo[static_cast<size_t>(index)] != 0;
 }
 
-void MMixerModel::setArrangements(SpeakerArrangement in, SpeakerArrangement out)
-{
+void MMixerModel::setArrangements(SpeakerArrangement in, SpeakerArrangement out) {
     MMixerBaseModel::setArrangements(in, out);
     inSolo.fill(0);
     sendChange(ModelMessage::kSoloReset);
@@ -83,30 +76,25 @@ void MMixerModel::setArrangements(SpeakerArrangement in, SpeakerArrangement out)
     }
 }
 
-void MMixerModel::allocate()
-{
+void MMixerModel::allocate() {
     MMixerBaseModel::allocate();
     inChannelSolo.assign(static_cast<size_t>(numIn + numInLfe), 0);
 }
 
-bool MMixerModel::isFolding() const
-{
+bool MMixerModel::isFolding() const {
     return inputHasDepth() && outGrid.usedZones(SpeakerGrid::kEar) == 1;
 }
 
-bool MMixerModel::isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const
-{
+bool MMixerModel::isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const {
     return lo == hi && last == 0 && !soloToCenterActive();
 }
 
-bool MMixerModel::isCenterSource(float x, float y) const
-{
-    return std::fabs(x - 0.5f) <= kFlagTolerance && std::fabs(y) <= kFlagTolerance && inGrid.hasFrontCenter() &&
-           !soloToCenterActive() && !(surroundToFront && inputHasDepth());
+bool MMixerModel::isCenterSource(float x, float y) const {
+    return std::fabs(x - 0.5f) <= kFlagTolerance && std::fabs(y) <= kFlagTolerance &&
+           inGrid.hasFrontCenter() && !soloToCenterActive() && !(surroundToFront && inputHasDepth());
 }
 
-uint32_t MMixerModel::foldChannels() const
-{
+uint32_t MMixerModel::foldChannels() const {
     if (surroundToFront && inputHasDepth())
         return std::max(inGrid.count(SpeakerGrid::kEar, SpeakerGrid::kSide),
                         inGrid.count(SpeakerGrid::kEar, SpeakerGrid::kRear));
@@ -114,8 +102,7 @@ uint32_t MMixerModel::foldChannels() const
 }
 
 void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& side, float& rear,
-                              float& bottom) const
-{
+                              float& bottom) const {
     const SpeakerArrangement in = inputArr, out = outputArr;
     const bool sideSpeaker = y == 0.5f && (x == 0.0f || x == 1.0f);
 
@@ -130,8 +117,7 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
         } else if ((in & Spk::Bfl) && z <= 0.0f) {
             bottom = bottomLvl;
         } else if (y > 0.5f && inputHasDepth() && outGrid.usedZones(SpeakerGrid::kEar) >= 2) {
-            if (surroundToFront)
-                y = 0.0f;
+            if (surroundToFront) y = 0.0f;
             rear = surroundLvl;
         }
         return;
@@ -143,14 +129,11 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
             y = 0.0f;
             return;
         }
-        if (!(in & (Spk::Sl | Spk::Pl)))
-            return;
+        if (!(in & (Spk::Sl | Spk::Pl))) return;
         side = sideLvl;
-        if (out & (Spk::Sl | Spk::Pl))
-            return;
+        if (out & (Spk::Sl | Spk::Pl)) return;
         side = surroundLvl * sideLvl;
-        if (out & (Spk::Ls | Spk::Cs))
-            return;
+        if (out & (Spk::Ls | Spk::Cs)) return;
         y = 0.0f;
         return;
     }
@@ -181,8 +164,7 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
     }
 }
 
-void MMixerModel::updateMain(bool direct)
-{
+void MMixerModel::updateMain(bool direct) {
     if (direct) {
         updateDirectRouting();
         updateLfe(true);
@@ -197,30 +179,27 @@ void MMixerModel::updateMain(bool direct)
         MixMatrix& mat = gainSet->matrix[MixGainSet::kNormal];
         const bool centerSolo = soloToCenterActive();
         const float zScale = inGrid.layers() > 1 && !centerSolo ? 0.5f : 0.0f;
-        const bool midDepth =
-            inGrid.zoneSpan(SpeakerGrid::kTop) == 2 && inGrid.usedZones(SpeakerGrid::kTop) == 1 && !centerSolo;
-        const bool rearOnSides = (inputArr & Spk::Ls) && !(inputArr & Spk::Sl) && (outputArr & Spk::Sl) &&
-                                 (outputArr & Spk::Ls);
+        const bool midDepth = inGrid.zoneSpan(SpeakerGrid::kTop) == 2 &&
+                              inGrid.usedZones(SpeakerGrid::kTop) == 1 && !centerSolo;
+        const bool rearOnSides =
+            (inputArr & Spk::Ls) && !(inputArr & Spk::Sl) && (outputArr & Spk::Sl) && (outputArr & Spk::Ls);
         int32_t ch = 0;
         for (uint32_t l = 0; l < inGrid.layers(); ++l) {
             const float z = static_cast<float>(inGrid.layers() < 3 ? l + 1 : l) * zScale;
             const uint32_t zones = inGrid.zonesOfLayer(l);
             const bool rearFold = surroundToFront && inGrid.usedZonesOfLayer(l) > 1;
             float yStep = zones > 1 && !rearFold && !centerSolo ? 1.0f / static_cast<float>(zones - 1) : 0.0f;
-            if (midDepth)
-                yStep = 0.5f;
+            if (midDepth) yStep = 0.5f;
             for (uint32_t j = 0; j < zones; ++j) {
                 float y = static_cast<float>(j) * yStep;
-                if (y == 1.0f && rearOnSides)
-                    y = 0.75f;
+                if (y == 1.0f && rearOnSides) y = 0.75f;
                 const uint32_t count = inGrid.countOf(l, j);
                 const float xStep = count > 1 && !centerSolo ? 1.0f / static_cast<float>(count - 1) : 0.0f;
                 for (uint32_t k = 0; k < count; ++k, ++ch) {
                     const float x = xStep > 0.0f ? static_cast<float>(k) * xStep : 0.5f;
                     const int32_t row = gainSet->inMap[static_cast<size_t>(ch)];
                     panPoint(mat, row, gainSet->outMap, x, y, z, false);
-                    if (outSoloActive)
-                        clearUnsoloedOutputs(mat, row);
+                    if (outSoloActive) clearUnsoloedOutputs(mat, row);
                     // "Surround To Front" puts the folded surrounds in place of the fronts.
                     if ((rearFold && j == 0) || (inSoloActive && inChannelSolo[static_cast<size_t>(ch)] == 0))
                         clearMainOutputs(mat, row);
@@ -232,13 +211,10 @@ void MMixerModel::updateMain(bool direct)
     updateLfe(false);
 }
 
-void MMixerModel::updateDirectRouting()
-{
-    if (!gainSet)
-        return;
+void MMixerModel::updateDirectRouting() {
+    if (!gainSet) return;
     MixMatrix& mat = gainSet->matrix[MixGainSet::kDirect];
-    if (!mat.allocated)
-        return;
+    if (!mat.allocated) return;
     mat.clear();
     int32_t row = 0;
     for (SpeakerArrangement rest = inputArr; rest != 0 && row < mat.rows; rest &= rest - 1, ++row) {
@@ -248,22 +224,17 @@ void MMixerModel::updateDirectRouting()
             col = std::popcount(outputArr & (bit - 1));
         else if (bit == Spk::L && outputArr == Spk::M)
             col = 0;
-        if (col >= 0 && col < mat.cols)
-            mat.at(row, col) = 1.0f;
+        if (col >= 0 && col < mat.cols) mat.at(row, col) = 1.0f;
     }
 }
 
-void MMixerModel::updateLfe(bool direct)
-{
+void MMixerModel::updateLfe(bool direct) {
     MMixerBaseModel::updateLfe(direct);
-    if ((deferred && !direct) || !gainSet)
-        return;
+    if ((deferred && !direct) || !gainSet) return;
     MixMatrix& mat = matrixOf(direct);
-    if (!mat.allocated)
-        return;
+    if (!mat.allocated) return;
     const bool fold = surroundToFront && inputHasDepth();
-    if (!fold && !inSoloActive)
-        return;
+    if (!fold && !inSoloActive) return;
 
     const std::vector<int32_t>& inMap = gainSet->inMap;
     const std::vector<int32_t>& outMap = gainSet->outMap;
@@ -271,8 +242,7 @@ void MMixerModel::updateLfe(bool direct)
     const bool lfeSoloed = numInLfe == 1 && inChannelSolo[static_cast<size_t>(numIn)] != 0;
     const int32_t lfeCol = numOutLfe == 1 ? outMap[static_cast<size_t>(numOut)] : -1;
 
-    if (lfeRow >= 0 && (fold || !lfeSoloed))
-        std::fill(mat.row(lfeRow), mat.row(lfeRow) + mat.cols, 0.0f);
+    if (lfeRow >= 0 && (fold || !lfeSoloed)) std::fill(mat.row(lfeRow), mat.row(lfeRow) + mat.cols, 0.0f);
     if (!soloToCenter) {
         if (lfeCol >= 0)
             for (int32_t i = 0; i < numIn; ++i)
@@ -284,38 +254,30 @@ void MMixerModel::updateLfe(bool direct)
                 mat.at(inMap[static_cast<size_t>(i)], lfeCol) = 0.0f;
         if (lfeRow >= 0 && lfeSoloed) {
             panPoint(mat, lfeRow, outMap, 0.5f, 0.0f, 0.0f, false);
-            if (outSoloActive)
-                clearUnsoloedOutputs(mat, lfeRow);
+            if (outSoloActive) clearUnsoloedOutputs(mat, lfeRow);
         }
     }
     analyse(mat.rows, mat.cols, direct ? MixGainSet::kDirect : MixGainSet::kNormal);
 }
 
-bool MMixerModel::setLevel(float& linear, float& normalized, double value)
-{
+bool MMixerModel::setLevel(float& linear, float& normalized, double value) {
     const auto v = static_cast<float>(kLevelScale.toLinear(value));
-    if (std::fabs(v - linear) <= kGainTolerance)
-        return false;
+    if (std::fabs(v - linear) <= kGainTolerance) return false;
     linear = v;
     normalized = static_cast<float>(value);
-    if (gainSet)
-        updateMain(false);
+    if (gainSet) updateMain(false);
     return true;
 }
 
-void MMixerModel::setFoldSwitch(bool& flag, bool& other, double value)
-{
+void MMixerModel::setFoldSwitch(bool& flag, bool& other, double value) {
     const bool on = isOn(value);
-    if (on == flag)
-        return;
+    if (on == flag) return;
     flag = on;
-    if (on)
-        other = false;
+    if (on) other = false;
     updateMain(false);
 }
 
-double MMixerModel::getParamValue(int32_t id) const
-{
+double MMixerModel::getParamValue(int32_t id) const {
     auto flag = [](bool b) { return b ? 1.0 : 0.0; };
     switch (id) {
     case ParamId::kCenterLvl: return centerNorm;
@@ -337,8 +299,7 @@ double MMixerModel::getParamValue(int32_t id) const
     }
 }
 
-void MMixerModel::setParamValue(int32_t id, double value)
-{
+void MMixerModel::setParamValue(int32_t id, double value) {
     switch (id) {
     case ParamId::kCenterLvl: setLevel(centerLvl, centerNorm, value); return;
     case ParamId::kSurroundLvl: setLevel(surroundLvl, surroundNorm, value); return;
@@ -355,8 +316,8 @@ void MMixerModel::setParamValue(int32_t id, double value)
     default: break;
     }
     if (id >= ParamId::kInputSoloFirst && id <= ParamId::kInputSoloLast)
-        setSolo(id - ParamId::kInputSoloFirst, isOn(value), inputArr, inSolo.data(), &inChannelSolo, inSoloActive,
-                numIn + numInLfe, inGrid);
+        setSolo(id - ParamId::kInputSoloFirst, isOn(value), inputArr, inSolo.data(), &inChannelSolo,
+                inSoloActive, numIn + numInLfe, inGrid);
     else if (id >= ParamId::kOutputSoloFirst && id <= ParamId::kOutputSoloLast)
         setSolo(id - ParamId::kOutputSoloFirst, isOn(value), outputArr, outSolo.data(), &outChannelSolo,
                 outSoloActive, numOut + numOutLfe, outGrid);

@@ -18,18 +18,14 @@ public:
     explicit SliceParamQueue(int32_t capacity) : entries(static_cast<size_t>(capacity > 0 ? capacity : 0)) {}
 
     // False when full; the value is dropped.
-    bool push(int32_t id, double value)
-    {
-        if (used >= static_cast<int32_t>(entries.size()))
-            return false;
+    bool push(int32_t id, double value) {
+        if (used >= static_cast<int32_t>(entries.size())) return false;
         entries[static_cast<size_t>(used++)] = {id, value};
         return true;
     }
     // Takes from the end; false when empty.
-    bool pop(Entry& entry)
-    {
-        if (used == 0)
-            return false;
+    bool pop(Entry& entry) {
+        if (used == 0) return false;
         entry = entries[static_cast<size_t>(--used)];
         return true;
     }
@@ -47,20 +43,16 @@ public:
     SliceParamQueues(int32_t slices, int32_t capacity) : capacity(capacity) { resize(slices); }
 
     // Not for the audio thread.
-    void resize(int32_t slices)
-    {
+    void resize(int32_t slices) {
         queues.resize(static_cast<size_t>(slices > 0 ? slices : 0), SliceParamQueue(capacity));
     }
     int32_t count() const { return static_cast<int32_t>(queues.size()); }
     // Null for a slice beyond the count.
-    SliceParamQueue* at(int32_t slice)
-    {
+    SliceParamQueue* at(int32_t slice) {
         return slice >= 0 && slice < count() ? &queues[static_cast<size_t>(slice)] : nullptr;
     }
-    void clearAll()
-    {
-        for (auto& q : queues)
-            q.clear();
+    void clearAll() {
+        for (auto& q : queues) q.clear();
     }
 
 private:

@@ -9,12 +9,12 @@ namespace Spk = Plx::Speaker;
 
 namespace {
 
-[[noreturn]] void subscriptError() { throw std::out_of_range("invalid array<T, N> subscript"); }
+[[noreturn]] void subscriptError() {
+    throw std::out_of_range("invalid array<T, N> subscript");
+}
 
-void checkCell(uint32_t row, uint32_t zone)
-{
-    if (row >= SpeakerGrid::kRows || zone >= SpeakerGrid::kZones)
-        subscriptError();
+void checkCell(uint32_t row, uint32_t zone) {
+    if (row >= SpeakerGrid::kRows || zone >= SpeakerGrid::kZones) subscriptError();
 }
 
 // Speaker bits of each row and zone, in grid order. Bits given together share
@@ -40,25 +40,21 @@ constexpr SpeakerArrangement kAmbisonicBits = (Spk::Ambi0 * 0xF) | (Spk::Ambi4 *
 
 } // namespace
 
-void SpeakerGrid::clear()
-{
+void SpeakerGrid::clear() {
     *this = SpeakerGrid{};
 }
 
-void SpeakerGrid::build(SpeakerArrangement mask)
-{
+void SpeakerGrid::build(SpeakerArrangement mask) {
     clear();
     for (const Cell& cell : kCells)
         for (SpeakerArrangement bits : cell.bits)
-            if (bits & mask)
-                ++counts[cell.row][cell.zone];
+            if (bits & mask) ++counts[cell.row][cell.zone];
     counts[kEar][kFront] += static_cast<uint32_t>(std::popcount(mask & kAmbisonicBits));
     lfe = static_cast<uint32_t>(std::popcount(mask & (Spk::LFE | Spk::LFE2)));
     recount();
 }
 
-void SpeakerGrid::recount()
-{
+void SpeakerGrid::recount() {
     numLayers = 0;
     for (uint32_t row = 0; row < kRows; ++row) {
         spans[row] = 0;
@@ -69,58 +65,52 @@ void SpeakerGrid::recount()
                 ++used[row];
             }
         }
-        if (used[row] > 0)
-            ++numLayers;
+        if (used[row] > 0) ++numLayers;
     }
 }
 
-uint32_t SpeakerGrid::count(uint32_t row, uint32_t zone) const
-{
+uint32_t SpeakerGrid::count(uint32_t row, uint32_t zone) const {
     checkCell(row, zone);
     return counts[row][zone];
 }
 
-void SpeakerGrid::setCount(uint32_t row, uint32_t zone, uint32_t n)
-{
+void SpeakerGrid::setCount(uint32_t row, uint32_t zone, uint32_t n) {
     checkCell(row, zone);
     counts[row][zone] = n;
     recount();
 }
 
-uint32_t SpeakerGrid::zoneSpan(uint32_t row) const
-{
+uint32_t SpeakerGrid::zoneSpan(uint32_t row) const {
     checkCell(row, 0);
     return spans[row];
 }
 
-uint32_t SpeakerGrid::usedZones(uint32_t row) const
-{
+uint32_t SpeakerGrid::usedZones(uint32_t row) const {
     checkCell(row, 0);
     return used[row];
 }
 
-uint32_t SpeakerGrid::rowTotal(uint32_t row) const
-{
+uint32_t SpeakerGrid::rowTotal(uint32_t row) const {
     checkCell(row, 0);
     return counts[row][0] + counts[row][1] + counts[row][2];
 }
 
-uint32_t SpeakerGrid::mainCount() const { return rowTotal(0) + rowTotal(1) + rowTotal(2); }
+uint32_t SpeakerGrid::mainCount() const {
+    return rowTotal(0) + rowTotal(1) + rowTotal(2);
+}
 
-bool SpeakerGrid::hasFrontCenter() const
-{
+bool SpeakerGrid::hasFrontCenter() const {
     const uint32_t n = counts[kEar][kFront];
     return n >= 3 && (n & 1) != 0;
 }
 
-int32_t SpeakerGrid::positionOf(SpeakerArrangement bit) const
-{
+int32_t SpeakerGrid::positionOf(SpeakerArrangement bit) const {
     const auto a = static_cast<int32_t>(counts[0][0]), b = static_cast<int32_t>(counts[0][1]),
                c = static_cast<int32_t>(counts[0][2]), d = static_cast<int32_t>(counts[1][0]),
                e = static_cast<int32_t>(counts[1][1]), f = static_cast<int32_t>(counts[1][2]),
                g = static_cast<int32_t>(counts[2][0]), h = static_cast<int32_t>(counts[2][1]),
                i = static_cast<int32_t>(counts[2][2]);
-    const int32_t bottom = a + b + c;      // first position of the ear row
+    const int32_t bottom = a + b + c;       // first position of the ear row
     const int32_t ear = bottom + d + e + f; // first position of the top row
     const int32_t all = ear + g + h + i;
     switch (bit) {

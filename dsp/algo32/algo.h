@@ -6,7 +6,9 @@
 
 namespace Tannhofen::DSP::Algo32 {
 
-template <class T> using IAlgo = WideFrame::IAlgo<T, float>;
-template <class T> using Algo = WideFrame::Algo<T, float>;
+template <class T>
+using IAlgo = WideFrame::IAlgo<T, float>;
+template <class T>
+using Algo = WideFrame::Algo<T, float>;
 
 } // namespace Tannhofen::DSP::Algo32

@@ -9,10 +9,10 @@
 namespace Tannhofen::DSP::Algo32 {
 
 template <class T>
-    requires std::same_as<T, float>
+requires std::same_as<T, float>
 using CrossFader = WideFrame::CrossFader<T>;
 template <class T>
-    requires std::same_as<T, float>
+requires std::same_as<T, float>
 using CrossFaderBypassDelay = WideFrame::CrossFaderBypassDelay<T>;
 using FadeBiquad = WideFrame::FadeBiquad<float>;
 using FilterFade = WideFrame::FilterFade<float>;

@@ -19,7 +19,8 @@
 
 namespace Tannhofen::DSP::WideFrame {
 
-template <class Sample> class Delay : public Algo<double, Sample> {
+template <class Sample>
+class Delay : public Algo<double, Sample> {
 public:
     Delay(double rate, int32_t frames, float maxMs);
     Delay(const Delay&) = delete; // owns its ring
@@ -48,8 +49,8 @@ public:
     virtual void applyDelaySamples(int32_t samples);
 
     float maxDelayMs;
-    float delayMs = 0.0f;                             // always the exact equivalent of delaySamples
-    Sample silenceThreshold = Sample(1e-06f);         // the float nearest to 1e-06 in both widths
+    float delayMs = 0.0f;                     // always the exact equivalent of delaySamples
+    Sample silenceThreshold = Sample(1e-06f); // the float nearest to 1e-06 in both widths
     Sample* buffer = nullptr;
     int32_t readIndex = 0;
     int32_t writeIndex = 0;
@@ -68,7 +69,8 @@ protected:
     void keepDelayMs();
 };
 
-template <class Sample> class DelayPow2 : public Delay<Sample> {
+template <class Sample>
+class DelayPow2 : public Delay<Sample> {
 public:
     DelayPow2(double rate, int32_t frames, float maxMs);
 
@@ -84,7 +86,8 @@ private:
     void takeLength(int32_t length);
 };
 
-template <class Sample> class DelayMultiCh : public Algo<double, Sample> {
+template <class Sample>
+class DelayMultiCh : public Algo<double, Sample> {
 public:
     // mode is accepted for the callers' sake and not read.
     DelayMultiCh(double rate, int32_t frames, float maxMs, int32_t mode);

@@ -20,23 +20,22 @@ constexpr double kGainEpsilon = 2.220446049250313e-16;
 constexpr double kUnity[5] = {1.0, 0.0, 0.0, 0.0, 0.0};
 
 // out = (1 - g) a + g b, sample by sample; out may be a or b.
-template <class T> void blend(const T* g, const T* a, const T* b, T* out, int32_t frames)
-{
-    for (int32_t i = 0; i < frames; ++i)
-        out[i] = (T(1) - g[i]) * a[i] + g[i] * b[i];
+template <class T>
+void blend(const T* g, const T* a, const T* b, T* out, int32_t frames) {
+    for (int32_t i = 0; i < frames; ++i) out[i] = (T(1) - g[i]) * a[i] + g[i] * b[i];
 }
 
 // A fade time in samples. The milliseconds are scaled to seconds by the
 // single-precision 0.001 in both widths.
-template <class T> int32_t samplesFor(T ms, double rate)
-{
+template <class T>
+int32_t samplesFor(T ms, double rate) {
     return static_cast<int32_t>(static_cast<double>(ms * T(0.001f)) * rate);
 }
 
 // Within the fade (1 - g) a + g b with g = i^2 / L^2, from the fade's end on b alone.
 template <class T>
-void squareLaw(int32_t position, int32_t length, T lengthSquared, const T* a, const T* b, T* out, int32_t frames)
-{
+void squareLaw(int32_t position, int32_t length, T lengthSquared, const T* a, const T* b, T* out,
+               int32_t frames) {
     const int32_t inFade = std::clamp(length - position, 0, frames);
     for (int32_t i = 0; i < inFade; ++i) {
         const T at = T(position + i);
@@ -52,20 +51,19 @@ void squareLaw(int32_t position, int32_t length, T lengthSquared, const T* a, co
 
 template <class T>
 CrossFader<T>::CrossFader(double rate, int32_t frames, T fadeTimeMs, int32_t mode)
-    : Algo<double, T>(rate, frames), curveMode(mode), fadeMs(fadeTimeMs), maxFadeMs(fadeTimeMs)
-{
+    : Algo<double, T>(rate, frames), curveMode(mode), fadeMs(fadeTimeMs), maxFadeMs(fadeTimeMs) {
     deriveLength();
     selectMix();
 }
 
-template <class T> CrossFader<T>::~CrossFader()
-{
+template <class T>
+CrossFader<T>::~CrossFader() {
     freeSources();
     Vec::free(curveTable);
 }
 
-template <class T> void CrossFader<T>::deriveLength()
-{
+template <class T>
+void CrossFader<T>::deriveLength() {
     fadeLength = samplesFor(fadeMs, this->sampleRate);
     fadeLengthSquared = T(fadeLength) * T(fadeLength);
     tableLength = tableLengthFor(fadeMs);
@@ -73,13 +71,13 @@ template <class T> void CrossFader<T>::deriveLength()
 
 // The table runs on past the fade by at least one block, so that a block that
 // overruns the fade's end still reads valid gains.
-template <class T> int32_t CrossFader<T>::tableLengthFor(T ms) const
-{
+template <class T>
+int32_t CrossFader<T>::tableLengthFor(T ms) const {
     return std::max(2 * this->blockSize, samplesFor(ms, this->sampleRate) + this->blockSize);
 }
 
-template <class T> void CrossFader<T>::buildTable()
-{
+template <class T>
+void CrossFader<T>::buildTable() {
     Vec::free(curveTable);
     // Room for the longest fade, so that setFadeTime only refills.
     const int32_t capacity = std::max(tableLength, tableLengthFor(maxFadeMs));
@@ -87,21 +85,19 @@ template <class T> void CrossFader<T>::buildTable()
     fillTable();
 }
 
-template <class T> void CrossFader<T>::fillTable()
-{
-    if (curveTable == nullptr)
-        return;
+template <class T>
+void CrossFader<T>::fillTable() {
+    if (curveTable == nullptr) return;
     const float step = 10.0f / static_cast<float>(std::max(fadeLength, 1));
     for (int32_t i = 0; i < fadeLength; ++i) {
         const float x = -5.0f + static_cast<float>(i) * step;
         curveTable[i] = static_cast<T>(1.0 / (1.0 + static_cast<double>(std::exp(-x))));
     }
-    for (int32_t i = std::max(fadeLength, 0); i < tableLength; ++i)
-        curveTable[i] = T(1);
+    for (int32_t i = std::max(fadeLength, 0); i < tableLength; ++i) curveTable[i] = T(1);
 }
 
-template <class T> void CrossFader<T>::selectMix()
-{
+template <class T>
+void CrossFader<T>::selectMix() {
     if (curveMode == 1) {
         mixMono = &mixComputedMono;
         mixMulti = &mixComputedMulti;
@@ -111,8 +107,8 @@ template <class T> void CrossFader<T>::selectMix()
     }
 }
 
-template <class T> void CrossFader<T>::allocateSources()
-{
+template <class T>
+void CrossFader<T>::allocateSources() {
     freeSources();
     sources.assign(static_cast<std::size_t>(std::max(channelCount, 0)), nullptr);
     for (auto& buffer : sources) {
@@ -122,87 +118,74 @@ template <class T> void CrossFader<T>::allocateSources()
     sourceBuffers = sources.data();
 }
 
-template <class T> void CrossFader<T>::freeSources()
-{
-    for (T* buffer : sources)
-        Vec::free(buffer);
+template <class T>
+void CrossFader<T>::freeSources() {
+    for (T* buffer : sources) Vec::free(buffer);
     sources.clear();
     sourceBuffers = nullptr;
 }
 
-template <class T> void CrossFader<T>::setActive(bool state)
-{
+template <class T>
+void CrossFader<T>::setActive(bool state) {
     this->active = state;
-    if (!state)
-        reset();
+    if (!state) reset();
 }
 
-template <class T> void CrossFader<T>::setBlockSize(int32_t frames)
-{
-    if (frames == this->blockSize)
-        return;
+template <class T>
+void CrossFader<T>::setBlockSize(int32_t frames) {
+    if (frames == this->blockSize) return;
     this->blockSize = frames;
     tableLength = tableLengthFor(fadeMs);
-    if (sourceBuffers != nullptr)
-        allocateSources();
-    if (curveMode != 1 && curveTable != nullptr)
-        buildTable();
+    if (sourceBuffers != nullptr) allocateSources();
+    if (curveMode != 1 && curveTable != nullptr) buildTable();
     selectMix();
 }
 
-template <class T> int32_t CrossFader<T>::setSampleRate(double rate)
-{
-    if (rate == this->sampleRate)
-        return 0;
+template <class T>
+int32_t CrossFader<T>::setSampleRate(double rate) {
+    if (rate == this->sampleRate) return 0;
     this->sampleRate = rate;
     deriveLength();
-    if (curveMode != 1 && curveTable != nullptr)
-        buildTable();
+    if (curveMode != 1 && curveTable != nullptr) buildTable();
     return 0;
 }
 
-template <class T> int32_t CrossFader<T>::setChannels(int32_t inputs, int32_t outputs)
-{
-    if (inputs != outputs || inputs < 0)
-        return 1;
+template <class T>
+int32_t CrossFader<T>::setChannels(int32_t inputs, int32_t outputs) {
+    if (inputs != outputs || inputs < 0) return 1;
     setChannels(inputs);
     return 0;
 }
 
-template <class T> void CrossFader<T>::setChannels(int32_t count)
-{
-    if (count == channelCount || count < 0)
-        return;
+template <class T>
+void CrossFader<T>::setChannels(int32_t count) {
+    if (count == channelCount || count < 0) return;
     channelCount = count;
-    if (sourceBuffers != nullptr)
-        allocateSources();
+    if (sourceBuffers != nullptr) allocateSources();
 }
 
-template <class T> void CrossFader<T>::processMix32(float** a, float** b, float** out, int32_t frames)
-{
-    if constexpr (std::is_same_v<T, float>)
-        mixMulti(this, a, b, out, frames);
+template <class T>
+void CrossFader<T>::processMix32(float** a, float** b, float** out, int32_t frames) {
+    if constexpr (std::is_same_v<T, float>) mixMulti(this, a, b, out, frames);
 }
 
-template <class T> void CrossFader<T>::processMix64(double** a, double** b, double** out, int32_t frames)
-{
-    if constexpr (std::is_same_v<T, double>)
-        mixMulti(this, a, b, out, frames);
+template <class T>
+void CrossFader<T>::processMix64(double** a, double** b, double** out, int32_t frames) {
+    if constexpr (std::is_same_v<T, double>) mixMulti(this, a, b, out, frames);
 }
 
-template <class T> int32_t CrossFader<T>::init()
-{
+template <class T>
+int32_t CrossFader<T>::init() {
     deriveLength();
     allocateSources();
-    if (curveMode != 1)
-        buildTable();
+    if (curveMode != 1) buildTable();
     selectMix();
     initialised = true;
     return 0;
 }
 
-template <class T> int32_t CrossFader<T>::release()
-{
+template <class T>
+int32_t CrossFader<T>::release() {
     freeSources();
     Vec::free(curveTable);
     curveTable = nullptr;
@@ -210,17 +193,15 @@ template <class T> int32_t CrossFader<T>::release()
     return 0;
 }
 
-template <class T> void CrossFader<T>::reset()
-{
-    for (T* buffer : sources)
-        Vec::zero(buffer, static_cast<std::size_t>(std::max(this->blockSize, 0)));
+template <class T>
+void CrossFader<T>::reset() {
+    for (T* buffer : sources) Vec::zero(buffer, static_cast<std::size_t>(std::max(this->blockSize, 0)));
     fadePosition = 0;
 }
 
-template <class T> void CrossFader<T>::setFadeTime(T ms)
-{
-    if (ms > maxFadeMs || ms == fadeMs)
-        return;
+template <class T>
+void CrossFader<T>::setFadeTime(T ms) {
+    if (ms > maxFadeMs || ms == fadeMs) return;
     fadeMs = ms;
     deriveLength();
     fadePosition = 0;
@@ -228,8 +209,8 @@ template <class T> void CrossFader<T>::setFadeTime(T ms)
     fillTable(); // the table was sized for maxFadeMs
 }
 
-template <class T> void CrossFader<T>::advance(int32_t frames)
-{
+template <class T>
+void CrossFader<T>::advance(int32_t frames) {
     fadePosition += frames;
     if (fadePosition >= fadeLength) {
         fadePosition = 0;
@@ -240,8 +221,8 @@ template <class T> void CrossFader<T>::advance(int32_t frames)
 // x = (5 - 10 i / L) / 64; exp(x) by its cubic Taylor polynomial, raised to
 // the 64th power by six squarings, gives exp(5 - 10 i / L). Four lanes at a
 // time; `gains` holds count rounded up to a multiple of four.
-template <class T> void CrossFader<T>::computedGains(T* gains, int32_t start, int32_t count, int32_t length)
-{
+template <class T>
+void CrossFader<T>::computedGains(T* gains, int32_t start, int32_t count, int32_t length) {
     const T step = T(0.15625) / T(std::max(length, 1));
     for (int32_t i = 0; i < count; i += 4) {
         T p[4];
@@ -250,30 +231,26 @@ template <class T> void CrossFader<T>::computedGains(T* gains, int32_t start, in
             p[lane] = T(1) + x + x * x * T(0.5) + x * x * x * T(0.16666667);
         }
         for (int32_t square = 0; square < 6; ++square)
-            for (int32_t lane = 0; lane < 4; ++lane)
-                p[lane] *= p[lane];
-        for (int32_t lane = 0; lane < 4; ++lane)
-            gains[i + lane] = T(1) / (p[lane] + T(1));
+            for (int32_t lane = 0; lane < 4; ++lane) p[lane] *= p[lane];
+        for (int32_t lane = 0; lane < 4; ++lane) gains[i + lane] = T(1) / (p[lane] + T(1));
     }
 }
 
 // The bodies of the mixing pairs, for `channels` channels; the mono function
 // of each pair is its multichannel one with a single channel.
 template <class T>
-void CrossFader<T>::tableMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames)
-{
-    if (!f->fading)
-        return;
+void CrossFader<T>::tableMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out,
+                             int32_t channels, int32_t frames) {
+    if (!f->fading) return;
     for (int32_t ch = 0; ch < channels; ++ch)
         blend(f->curveTable + f->fadePosition, a[ch], b[ch], out[ch], frames);
     f->advance(frames);
 }
 
 template <class T>
-void CrossFader<T>::computedMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames)
-{
-    if (!f->fading)
-        return;
+void CrossFader<T>::computedMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out,
+                                int32_t channels, int32_t frames) {
+    if (!f->fading) return;
     T gains[kComputedRun];
     for (int32_t done = 0; done < frames; done += kComputedRun) {
         const int32_t run = std::min(kComputedRun, frames - done);
@@ -285,88 +262,82 @@ void CrossFader<T>::computedMix(CrossFader* f, const T* const* a, const T* const
 }
 
 template <class T>
-void CrossFader<T>::squareMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames)
-{
-    if (!f->fading)
-        return;
+void CrossFader<T>::squareMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out,
+                              int32_t channels, int32_t frames) {
+    if (!f->fading) return;
     for (int32_t ch = 0; ch < channels; ++ch)
         squareLaw(f->fadePosition, f->fadeLength, f->fadeLengthSquared, a[ch], b[ch], out[ch], frames);
     f->advance(frames);
 }
 
-template <class T> void CrossFader<T>::mixTableMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames)
-{
+template <class T>
+void CrossFader<T>::mixTableMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames) {
     tableMix(f, &a, &b, &out, 1, frames);
 }
 
-template <class T> void CrossFader<T>::mixTableMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames)
-{
+template <class T>
+void CrossFader<T>::mixTableMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames) {
     tableMix(f, a, b, out, f->channelCount, frames);
 }
 
 // One pass serves a block of up to kComputedRun frames; longer blocks go in runs.
 template <class T>
-void CrossFader<T>::mixComputedMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames)
-{
+void CrossFader<T>::mixComputedMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames) {
     computedMix(f, &a, &b, &out, 1, frames);
 }
 
-template <class T> void CrossFader<T>::mixComputedMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames)
-{
+template <class T>
+void CrossFader<T>::mixComputedMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames) {
     computedMix(f, a, b, out, f->channelCount, frames);
 }
 
-template <class T> void CrossFader<T>::mixSquareMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames)
-{
+template <class T>
+void CrossFader<T>::mixSquareMono(CrossFader* f, const T* a, const T* b, T* out, int32_t frames) {
     squareMix(f, &a, &b, &out, 1, frames);
 }
 
-template <class T> void CrossFader<T>::mixSquareMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames)
-{
+template <class T>
+void CrossFader<T>::mixSquareMulti(CrossFader* f, T** a, T** b, T** out, int32_t frames) {
     squareMix(f, a, b, out, f->channelCount, frames);
 }
 
 // ---- CrossFaderBypassDelay ----------------------------------------------------
 
 template <class T>
-CrossFaderBypassDelay<T>::CrossFaderBypassDelay(double rate, int32_t frames, T fadeTimeMs, int32_t delay, int32_t mode)
-    : CrossFader<T>(rate, frames, fadeTimeMs, mode), delaySamples(delay)
-{
-}
+CrossFaderBypassDelay<T>::CrossFaderBypassDelay(double rate, int32_t frames, T fadeTimeMs, int32_t delay,
+                                                int32_t mode)
+    : CrossFader<T>(rate, frames, fadeTimeMs, mode), delaySamples(delay) {}
 
-template <class T> CrossFaderBypassDelay<T>::~CrossFaderBypassDelay() = default;
+template <class T>
+CrossFaderBypassDelay<T>::~CrossFaderBypassDelay() = default;
 
-template <class T> int32_t CrossFaderBypassDelay<T>::setChannels(int32_t inputs, int32_t outputs)
-{
-    if (inputs != outputs || inputs < 0)
-        return 1;
+template <class T>
+int32_t CrossFaderBypassDelay<T>::setChannels(int32_t inputs, int32_t outputs) {
+    if (inputs != outputs || inputs < 0) return 1;
     setChannels(inputs);
     return 0;
 }
 
-template <class T> void CrossFaderBypassDelay<T>::setChannels(int32_t count)
-{
+template <class T>
+void CrossFaderBypassDelay<T>::setChannels(int32_t count) {
     CrossFader<T>::setChannels(count);
-    if (delay)
-        delay->setChannels(count, count);
+    if (delay) delay->setChannels(count, count);
 }
 
-template <class T> void CrossFaderBypassDelay<T>::process32(float** /*in*/, float** out, int32_t frames)
-{
+template <class T>
+void CrossFaderBypassDelay<T>::process32(float** /*in*/, float** out, int32_t frames) {
     if constexpr (std::is_same_v<T, float>)
-        if (this->fading)
-            this->mixMulti(this, this->sourceBuffers, out, out, frames);
+        if (this->fading) this->mixMulti(this, this->sourceBuffers, out, out, frames);
 }
 
-template <class T> void CrossFaderBypassDelay<T>::process64(double** /*in*/, double** out, int32_t frames)
-{
+template <class T>
+void CrossFaderBypassDelay<T>::process64(double** /*in*/, double** out, int32_t frames) {
     if constexpr (std::is_same_v<T, double>)
-        if (this->fading)
-            this->mixMulti(this, this->sourceBuffers, out, out, frames);
+        if (this->fading) this->mixMulti(this, this->sourceBuffers, out, out, frames);
 }
 
-template <class T> int32_t CrossFaderBypassDelay<T>::init()
-{
+template <class T>
+int32_t CrossFaderBypassDelay<T>::init() {
     CrossFader<T>::init();
     const auto capacityMs = static_cast<float>(delaySamples / this->sampleRate * 1000.0);
     delay = std::make_unique<DelayMultiCh<T>>(this->sampleRate, this->blockSize, capacityMs, 1);
@@ -378,8 +349,8 @@ template <class T> int32_t CrossFaderBypassDelay<T>::init()
     return 0;
 }
 
-template <class T> int32_t CrossFaderBypassDelay<T>::release()
-{
+template <class T>
+int32_t CrossFaderBypassDelay<T>::release() {
     CrossFader<T>::release();
     if (delay) {
         delay->release();
@@ -389,29 +360,29 @@ template <class T> int32_t CrossFaderBypassDelay<T>::release()
     return 0;
 }
 
-template <class T> void CrossFaderBypassDelay<T>::reset()
-{
+template <class T>
+void CrossFaderBypassDelay<T>::reset() {
     CrossFader<T>::reset();
-    if (delay)
-        delay->reset();
+    if (delay) delay->reset();
     dryPending = true;
 }
 
-template <class T> void CrossFaderBypassDelay<T>::delayDry(T** dry, int32_t frames)
-{
-    if (!delay || this->sourceBuffers == nullptr)
-        return;
+template <class T>
+void CrossFaderBypassDelay<T>::delayDry(T** dry, int32_t frames) {
+    if (!delay || this->sourceBuffers == nullptr) return;
     for (int32_t ch = 0; ch < this->channelCount; ++ch)
-        delay->delays[static_cast<std::size_t>(ch)]->processBlockMono(dry[ch], this->sourceBuffers[ch], frames);
+        delay->delays[static_cast<std::size_t>(ch)]->processBlockMono(dry[ch], this->sourceBuffers[ch],
+                                                                      frames);
     dryPending = false;
 }
 
 // ---- FadeBiquad ---------------------------------------------------------------
 
-template <class T> FadeBiquad<T>::FadeBiquad(double rate) : sampleRate(rate), sampleRateInv(1.0 / rate) {}
+template <class T>
+FadeBiquad<T>::FadeBiquad(double rate) : sampleRate(rate), sampleRateInv(1.0 / rate) {}
 
-template <class T> int32_t FadeBiquad<T>::init()
-{
+template <class T>
+int32_t FadeBiquad<T>::init() {
     filter.maxBlockLength = 8192;
     const int32_t result = filter.init();
     double c[5];
@@ -420,14 +391,14 @@ template <class T> int32_t FadeBiquad<T>::init()
     return result;
 }
 
-template <class T> void FadeBiquad<T>::setSampleRate(double rate)
-{
+template <class T>
+void FadeBiquad<T>::setSampleRate(double rate) {
     sampleRate = rate;
     sampleRateInv = 1.0 / rate;
 }
 
-template <class T> void FadeBiquad<T>::getCoefficients(double* c) const
-{
+template <class T>
+void FadeBiquad<T>::getCoefficients(double* c) const {
     c[0] = b0;
     c[1] = b1;
     c[2] = b2;
@@ -435,8 +406,8 @@ template <class T> void FadeBiquad<T>::getCoefficients(double* c) const
     c[4] = a2;
 }
 
-template <class T> void FadeBiquad<T>::setCoefficients(const double* c)
-{
+template <class T>
+void FadeBiquad<T>::setCoefficients(const double* c) {
     b0 = static_cast<float>(c[0]);
     b1 = static_cast<float>(c[1]);
     b2 = static_cast<float>(c[2]);
@@ -445,14 +416,12 @@ template <class T> void FadeBiquad<T>::setCoefficients(const double* c)
     flat = b0 == 1.0f && b1 == 0.0f && b2 == 0.0f && a1 == 0.0f && a2 == 0.0f;
     const T taps[6] = {T(b0), T(b1), T(b2), T(1), T(a1), T(a2)};
     filter.setTaps(taps);
-    if (flat)
-        filter.reset(); // a unity filter keeps no memory
+    if (flat) filter.reset(); // a unity filter keeps no memory
 }
 
-template <class T> void FadeBiquad<T>::process(const T* in, T* out, int32_t frames)
-{
-    if (frames <= 0)
-        return;
+template <class T>
+void FadeBiquad<T>::process(const T* in, T* out, int32_t frames) {
+    if (frames <= 0) return;
     if (flat) {
         Vec::copy(in, out, static_cast<std::size_t>(frames));
         return;
@@ -460,12 +429,11 @@ template <class T> void FadeBiquad<T>::process(const T* in, T* out, int32_t fram
     filter.process(in, out, frames);
     // A denormal at the end of a block means the filter is decaying into the
     // range where arithmetic slows down: clear its memory.
-    if (std::fpclassify(out[frames - 1]) == FP_SUBNORMAL)
-        filter.reset();
+    if (std::fpclassify(out[frames - 1]) == FP_SUBNORMAL) filter.reset();
 }
 
-template <class T> void FadeBiquad<T>::takeStateOf(const FadeBiquad& from, T* scratch)
-{
+template <class T>
+void FadeBiquad<T>::takeStateOf(const FadeBiquad& from, T* scratch) {
     if (from.flat)
         Vec::zero(scratch, 2);
     else
@@ -473,8 +441,8 @@ template <class T> void FadeBiquad<T>::takeStateOf(const FadeBiquad& from, T* sc
     filter.setDelayLine(scratch);
 }
 
-template <class T> void FadeBiquad<T>::reset()
-{
+template <class T>
+void FadeBiquad<T>::reset() {
     filter.reset();
 }
 
@@ -484,10 +452,10 @@ namespace {
 // Nyquist frequency (Orfanidis' design with a prescribed Nyquist gain). The
 // bandwidth gain is the square root of the peak gain within 6 dB, and 3 dB
 // from the peak beyond. Writes b0 b1 b2 a0 a1 a2; unity when degenerate.
-void matchedBell(double w0, double quality, double gainDb, double* out)
-{
+void matchedBell(double w0, double quality, double gainDb, double* out) {
     const double g = std::pow(10.0, gainDb / 20.0);
-    const double gb = std::fabs(gainDb) <= 6.0 ? std::sqrt(g) : (gainDb > 0.0 ? g / std::sqrt(2.0) : g * std::sqrt(2.0));
+    const double gb =
+        std::fabs(gainDb) <= 6.0 ? std::sqrt(g) : (gainDb > 0.0 ? g / std::sqrt(2.0) : g * std::sqrt(2.0));
     const double f = std::fabs(g * g - gb * gb);
     if (std::fabs(gb - 1.0) < 1e-08 || f <= 1e-06 || !(quality > 0.0)) {
         const double unity[6] = {1.0, 0.0, 0.0, 1.0, 0.0, 0.0};
@@ -521,31 +489,25 @@ void matchedBell(double w0, double quality, double gainDb, double* out)
 
 // The shelves' factors on the numerator (fn) and denominator (fd) of T: a
 // quality above 0.5 narrows the transition, more for larger gains.
-void shelfFactors(int32_t type, double quality, double gainDb, double& fn, double& fd)
-{
+void shelfFactors(int32_t type, double quality, double gainDb, double& fn, double& fd) {
     const auto narrowing = [&](double k) {
         return std::max(0.1, 1.0 - (quality - 0.5) * k * std::sqrt(std::fabs(gainDb) / 24.0));
     };
     fn = 1.0;
     fd = 1.0;
     const int32_t shape = (type - 7) % 3;
-    if (shape != 1 && quality > 0.5)
-        fn = narrowing(0.12);
-    if (shape == 1 && quality >= 0.5)
-        fd = narrowing(0.12);
-    if (shape == 2 && quality >= 0.5)
-        fd = narrowing(0.1);
-    if (gainDb <= 0.0)
-        std::swap(fn, fd);
-    if (std::fabs(gainDb) < 0.01)
-        fn = fd = 1.0;
+    if (shape != 1 && quality > 0.5) fn = narrowing(0.12);
+    if (shape == 1 && quality >= 0.5) fd = narrowing(0.12);
+    if (shape == 2 && quality >= 0.5) fd = narrowing(0.1);
+    if (gainDb <= 0.0) std::swap(fn, fd);
+    if (std::fabs(gainDb) < 0.01) fn = fd = 1.0;
 }
 
 } // namespace
 
 template <class T>
-void FadeBiquad<T>::design(int32_t type, double frequency, double quality, double gainDb, bool bandwidthMode)
-{
+void FadeBiquad<T>::design(int32_t type, double frequency, double quality, double gainDb,
+                           bool bandwidthMode) {
     const double w = kTwoPi * frequency * sampleRateInv;
     const double s = std::sin(w);
     const double c = std::cos(w);
@@ -556,8 +518,7 @@ void FadeBiquad<T>::design(int32_t type, double frequency, double quality, doubl
         q = 9.5 * y * y * y * y + 0.5;
     }
     double alpha = s / (2.0 * q);
-    if (bandwidthMode)
-        alpha = s == 0.0 ? 0.0 : s * std::sinh(kBandwidthLn2 / 2.0 * q * w / s);
+    if (bandwidthMode) alpha = s == 0.0 ? 0.0 : s * std::sinh(kBandwidthLn2 / 2.0 * q * w / s);
     const double amp = std::pow(10.0, gainDb / 40.0);
 
     double k[6] = {0.0, 0.0, 0.0, 1.0, 0.0, 0.0}; // b0 b1 b2 a0 a1 a2
@@ -586,7 +547,10 @@ void FadeBiquad<T>::design(int32_t type, double frequency, double quality, doubl
         case 4: set(1.0, -2.0 * c, 1.0, 1.0 + alpha, -2.0 * c, 1.0 - alpha); break;
         case 5: set(1.0 - alpha, -2.0 * c, 1.0 + alpha, 1.0 + alpha, -2.0 * c, 1.0 - alpha); break;
         case 6: matchedBell(w, quality, gainDb, k); break;
-        case 13: set(1.0 + alpha * amp, -2.0 * c, 1.0 - alpha * amp, 1.0 + alpha / amp, -2.0 * c, 1.0 - alpha / amp); break;
+        case 13:
+            set(1.0 + alpha * amp, -2.0 * c, 1.0 - alpha * amp, 1.0 + alpha / amp, -2.0 * c,
+                1.0 - alpha / amp);
+            break;
         default: break; // an unknown type: all coefficients 0, a silent filter
         }
     }
@@ -598,17 +562,15 @@ void FadeBiquad<T>::design(int32_t type, double frequency, double quality, doubl
 
 template <class T>
 FilterFade<T>::FilterFade(double rate, int32_t frames, float fadeTimeMs, int32_t mode)
-    : Algo<double, T>(rate, frames), crossFadeMode(mode), fadeMs(fadeTimeMs)
-{
-}
+    : Algo<double, T>(rate, frames), crossFadeMode(mode), fadeMs(fadeTimeMs) {}
 
-template <class T> FilterFade<T>::~FilterFade()
-{
+template <class T>
+FilterFade<T>::~FilterFade() {
     FilterFade::release();
 }
 
-template <class T> int32_t FilterFade<T>::init()
-{
+template <class T>
+int32_t FilterFade<T>::init() {
     const double rate = this->sampleRate;
     filterA = std::make_unique<FadeBiquad<T>>(rate);
     filterB = std::make_unique<FadeBiquad<T>>(rate);
@@ -625,17 +587,17 @@ template <class T> int32_t FilterFade<T>::init()
     std::copy(kUnity, kUnity + 5, savedCoefficients);
     Vec::free(stateScratch);
     stateScratch = Vec::malloc<T>(2);
-    if (stateScratch == nullptr || crossFader->sourceBuffers == nullptr || crossFader->sourceBuffers[0] == nullptr)
+    if (stateScratch == nullptr || crossFader->sourceBuffers == nullptr ||
+        crossFader->sourceBuffers[0] == nullptr)
         failed = 1;
     processMono = &callProcessFading;
     initialised = true;
     return failed;
 }
 
-template <class T> int32_t FilterFade<T>::release()
-{
-    if (crossFader)
-        crossFader->release();
+template <class T>
+int32_t FilterFade<T>::release() {
+    if (crossFader) crossFader->release();
     crossFader.reset();
     currentFilter = nextFilter = nullptr;
     filterA.reset();
@@ -648,39 +610,33 @@ template <class T> int32_t FilterFade<T>::release()
     return 0;
 }
 
-template <class T> void FilterFade<T>::reset()
-{
-    if (!crossFader)
-        return;
+template <class T>
+void FilterFade<T>::reset() {
+    if (!crossFader) return;
     filterA->reset();
     filterB->reset();
     crossFader->reset();
 }
 
-template <class T> void FilterFade<T>::setActive(bool state)
-{
+template <class T>
+void FilterFade<T>::setActive(bool state) {
     this->active = state;
-    if (!crossFader)
-        return;
+    if (!crossFader) return;
     for (FadeBiquad<T>* f : {filterA.get(), filterB.get()}) {
         f->active = state;
-        if (!state)
-            f->reset();
+        if (!state) f->reset();
     }
     crossFader->setActive(state);
 }
 
-template <class T> int32_t FilterFade<T>::setSampleRate(double rate)
-{
-    if (rate == this->sampleRate)
-        return 0;
+template <class T>
+int32_t FilterFade<T>::setSampleRate(double rate) {
+    if (rate == this->sampleRate) return 0;
     this->sampleRate = rate;
-    if (!crossFader)
-        return 0;
+    if (!crossFader) return 0;
     // Runs with the stream stopped: the present design is made anew at the
     // new rate and takes effect at once.
-    for (FadeBiquad<T>* f : {filterA.get(), filterB.get(), designFilter.get()})
-        f->setSampleRate(rate);
+    for (FadeBiquad<T>* f : {filterA.get(), filterB.get(), designFilter.get()}) f->setSampleRate(rate);
     crossFader->setSampleRate(rate);
     crossFader->fading = false;
     updatePending = false;
@@ -691,37 +647,34 @@ template <class T> int32_t FilterFade<T>::setSampleRate(double rate)
     return 0;
 }
 
-template <class T> int32_t FilterFade<T>::setChannels(int32_t inputs, int32_t outputs)
-{
+template <class T>
+int32_t FilterFade<T>::setChannels(int32_t inputs, int32_t outputs) {
     return inputs == 1 && outputs == 1 ? 0 : 1;
 }
 
-template <class T> void FilterFade<T>::process32(float** in, float** out, int32_t frames)
-{
-    if constexpr (std::is_same_v<T, float>)
-        processMono(this, in[0], out[0], frames);
+template <class T>
+void FilterFade<T>::process32(float** in, float** out, int32_t frames) {
+    if constexpr (std::is_same_v<T, float>) processMono(this, in[0], out[0], frames);
 }
 
-template <class T> void FilterFade<T>::process64(double** in, double** out, int32_t frames)
-{
-    if constexpr (std::is_same_v<T, double>)
-        processMono(this, in[0], out[0], frames);
+template <class T>
+void FilterFade<T>::process64(double** in, double** out, int32_t frames) {
+    if constexpr (std::is_same_v<T, double>) processMono(this, in[0], out[0], frames);
 }
 
-template <class T> void FilterFade<T>::callProcessFading(FilterFade* f, const T* in, T* out, int32_t frames)
-{
+template <class T>
+void FilterFade<T>::callProcessFading(FilterFade* f, const T* in, T* out, int32_t frames) {
     f->processFading(in, out, frames);
 }
 
-template <class T> void FilterFade<T>::plainCopy(FilterFade* /*f*/, const T* in, T* out, int32_t frames)
-{
+template <class T>
+void FilterFade<T>::plainCopy(FilterFade* /*f*/, const T* in, T* out, int32_t frames) {
     Vec::copy(in, out, static_cast<std::size_t>(std::max(frames, 0)));
 }
 
-template <class T> void FilterFade<T>::setParameter(int32_t id, double value)
-{
-    if (!crossFader)
-        return;
+template <class T>
+void FilterFade<T>::setParameter(int32_t id, double value) {
+    if (!crossFader) return;
     switch (id) {
     case 0: gainDb = static_cast<float>(value); break;
     case 1: frequency = static_cast<float>(value); break;
@@ -743,13 +696,13 @@ template <class T> void FilterFade<T>::setParameter(int32_t id, double value)
     redesign();
 }
 
-template <class T> void FilterFade<T>::clampFrequency()
-{
+template <class T>
+void FilterFade<T>::clampFrequency() {
     frequency = std::clamp(frequency, 0.0f, static_cast<float>(0.45 * this->sampleRate));
 }
 
-template <class T> void FilterFade<T>::redesign()
-{
+template <class T>
+void FilterFade<T>::redesign() {
     clampFrequency();
     const auto type = static_cast<int32_t>(filterType);
     if (filterOff) {
@@ -772,10 +725,8 @@ template <class T> void FilterFade<T>::redesign()
 }
 
 template <class T>
-void FilterFade<T>::setFilter(int32_t type, double frequencyHz, double q, double gain, bool bandwidthMode)
-{
-    if (!crossFader)
-        return;
+void FilterFade<T>::setFilter(int32_t type, double frequencyHz, double q, double gain, bool bandwidthMode) {
+    if (!crossFader) return;
     filterType = static_cast<float>(type);
     frequency = static_cast<float>(frequencyHz);
     quality = static_cast<float>(q);
@@ -783,19 +734,17 @@ void FilterFade<T>::setFilter(int32_t type, double frequencyHz, double q, double
     clampFrequency();
     designFilter->design(type, frequency, quality, gainDb, bandwidthMode);
     designFilter->getCoefficients(savedCoefficients);
-    if (!filterOff)
-        applyCoefficients(savedCoefficients);
+    if (!filterOff) applyCoefficients(savedCoefficients);
 }
 
-template <class T> void FilterFade<T>::setFilterOff(bool off)
-{
+template <class T>
+void FilterFade<T>::setFilterOff(bool off) {
     setParameter(4, off ? 1.0 : 0.0);
 }
 
-template <class T> void FilterFade<T>::setOff(bool off)
-{
-    if (off == filterOff)
-        return;
+template <class T>
+void FilterFade<T>::setOff(bool off) {
+    if (off == filterOff) return;
     if (off) {
         applyCoefficients(kUnity);
         filterOff = true;
@@ -805,8 +754,8 @@ template <class T> void FilterFade<T>::setOff(bool off)
     }
 }
 
-template <class T> void FilterFade<T>::applyCoefficients(const double* c)
-{
+template <class T>
+void FilterFade<T>::applyCoefficients(const double* c) {
     if (!this->active) {
         // No audio runs: the design takes effect on the next sample.
         currentFilter->setCoefficients(c);
@@ -823,16 +772,15 @@ template <class T> void FilterFade<T>::applyCoefficients(const double* c)
     processMono = &callProcessFading;
 }
 
-template <class T> void FilterFade<T>::swapFilters()
-{
+template <class T>
+void FilterFade<T>::swapFilters() {
     std::swap(currentFilter, nextFilter);
     aIsCurrent = !aIsCurrent;
 }
 
-template <class T> void FilterFade<T>::completeFade()
-{
-    if (!crossFader->fading && !updatePending)
-        return;
+template <class T>
+void FilterFade<T>::completeFade() {
+    if (!crossFader->fading && !updatePending) return;
     if (updatePending) {
         nextFilter->setCoefficients(pendingCoefficients);
         updatePending = false;
@@ -842,10 +790,9 @@ template <class T> void FilterFade<T>::completeFade()
     crossFader->fading = false;
 }
 
-template <class T> void FilterFade<T>::processFading(const T* in, T* out, int32_t frames)
-{
-    if (frames <= 0)
-        return;
+template <class T>
+void FilterFade<T>::processFading(const T* in, T* out, int32_t frames) {
+    if (frames <= 0) return;
     if (!crossFader->fading) {
         if (filterOff && !updatePending) {
             // Off and settled: later blocks cost one copy, or nothing in place.
@@ -864,8 +811,7 @@ template <class T> void FilterFade<T>::processFading(const T* in, T* out, int32_
     currentFilter->process(in, old, frames);
     nextFilter->process(in, out, frames);
     crossFader->mixMono(crossFader.get(), old, out, out, frames);
-    if (!crossFader->fading)
-        swapFilters();
+    if (!crossFader->fading) swapFilters();
 }
 
 template class CrossFader<float>;

@@ -20,7 +20,8 @@
 
 namespace Tannhofen::DSP::WideFrame {
 
-template <class T> class CrossFader : public Algo<double, T> {
+template <class T>
+class CrossFader : public Algo<double, T> {
 public:
     using MonoMix = void (*)(CrossFader* fader, const T* a, const T* b, T* out, int32_t frames);
     using MultiMix = void (*)(CrossFader* fader, T** a, T** b, T** out, int32_t frames);
@@ -96,14 +97,18 @@ private:
     void selectMix();
     // Advances the curve after a mix of `frames`; ends the fade at its length.
     void advance(int32_t frames);
-    static void tableMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames);
-    static void computedMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames);
-    static void squareMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels, int32_t frames);
+    static void tableMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out, int32_t channels,
+                         int32_t frames);
+    static void computedMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out,
+                            int32_t channels, int32_t frames);
+    static void squareMix(CrossFader* f, const T* const* a, const T* const* b, T* const* out,
+                          int32_t channels, int32_t frames);
 
     std::vector<T*> sources;
 };
 
-template <class T> class CrossFaderBypassDelay : public CrossFader<T> {
+template <class T>
+class CrossFaderBypassDelay : public CrossFader<T> {
 public:
     CrossFaderBypassDelay(double rate, int32_t frames, T fadeTimeMs, int32_t delay, int32_t mode);
     ~CrossFaderBypassDelay() override;
@@ -130,7 +135,8 @@ public:
 
 // One biquad of a filter fade: its design in single precision, and the
 // vector library's filter that runs it.
-template <class T> class FadeBiquad {
+template <class T>
+class FadeBiquad {
 public:
     explicit FadeBiquad(double rate);
 
@@ -160,7 +166,8 @@ public:
     bool active = false;
 };
 
-template <class T> class FilterFade : public Algo<double, T> {
+template <class T>
+class FilterFade : public Algo<double, T> {
 public:
     using ProcessMono = void (*)(FilterFade* fade, const T* in, T* out, int32_t frames);
 
@@ -188,7 +195,8 @@ public:
     // Types: 0 low-pass, 1 high-pass, 2 band-pass (constant skirt), 3 band-pass
     // (constant peak), 4 notch, 5 all-pass, 6 matched bell, 7 to 9 low shelves,
     // 10 to 12 high shelves, 13 peaking. Other types give silence.
-    virtual void setFilter(int32_t type, double frequencyHz, double q, double gain = 0.0, bool bandwidthMode = false);
+    virtual void setFilter(int32_t type, double frequencyHz, double q, double gain = 0.0,
+                           bool bandwidthMode = false);
     virtual void processFading(const T* in, T* out, int32_t frames);
 
     ProcessMono processMono = nullptr;

@@ -12,7 +12,8 @@ namespace Tannhofen::DSP::WideFrame {
 // The not-implemented code of the component model.
 inline constexpr int32_t kNotImplemented = static_cast<int32_t>(0x80004001u);
 
-template <class T, class Sample> class IAlgo {
+template <class T, class Sample>
+class IAlgo {
 public:
     using SampleType = Sample;
 
@@ -36,7 +37,8 @@ protected:
     ~IAlgo() = default; // objects are destroyed through Algo
 };
 
-template <class T, class Sample> class Algo : public IAlgo<T, Sample> {
+template <class T, class Sample>
+class Algo : public IAlgo<T, Sample> {
 public:
     Algo(T rate, int32_t frames) : sampleRate(rate), blockSize(frames) {}
     Algo(const Algo&) = default; // member-wise: a copy shares the source's buffers
@@ -45,8 +47,7 @@ public:
     void setParameter(int32_t /*id*/, T /*value*/) override {}
     void setActive(bool state) override { active = state; }
     void setBlockSize(int32_t frames) override { blockSize = frames; }
-    int32_t setSampleRate(T rate) override
-    {
+    int32_t setSampleRate(T rate) override {
         sampleRate = rate;
         return 0;
     }

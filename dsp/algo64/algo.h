@@ -6,7 +6,9 @@
 
 namespace Tannhofen::DSP::Algo64 {
 
-template <class T> using IAlgo = WideFrame::IAlgo<T, double>;
-template <class T> using Algo = WideFrame::Algo<T, double>;
+template <class T>
+using IAlgo = WideFrame::IAlgo<T, double>;
+template <class T>
+using Algo = WideFrame::Algo<T, double>;
 
 } // namespace Tannhofen::DSP::Algo64

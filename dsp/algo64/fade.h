@@ -9,10 +9,10 @@
 namespace Tannhofen::DSP::Algo64 {
 
 template <class T>
-    requires std::same_as<T, double>
+requires std::same_as<T, double>
 using CrossFader = WideFrame::CrossFader<T>;
 template <class T>
-    requires std::same_as<T, double>
+requires std::same_as<T, double>
 using CrossFaderBypassDelay = WideFrame::CrossFaderBypassDelay<T>;
 using FadeBiquad = WideFrame::FadeBiquad<double>;
 using FilterFade = WideFrame::FilterFade<double>;

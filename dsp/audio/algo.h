@@ -28,7 +28,8 @@ protected:
     ~IAlgoBase() = default; // objects are destroyed through Algo<T>
 };
 
-template <class T> class IAlgo : public IAlgoBase {
+template <class T>
+class IAlgo : public IAlgoBase {
 public:
     virtual int32_t setSampleRate(T rate) = 0;
     virtual void reserved10() = 0;
@@ -40,7 +41,8 @@ protected:
     ~IAlgo() = default;
 };
 
-template <class T> class Algo : public IAlgo<T> {
+template <class T>
+class Algo : public IAlgo<T> {
 public:
     Algo() = default;
     Algo(const Algo&) = default; // member-wise: a copy shares the source's buffers
@@ -54,8 +56,7 @@ public:
     bool isActive() const override { return active; }
     uint32_t getLatency() const override { return 0; }
     uint32_t reservedCount8() const override { return 0; }
-    int32_t setSampleRate(T rate) override
-    {
+    int32_t setSampleRate(T rate) override {
         sampleRate = rate;
         return 0;
     }

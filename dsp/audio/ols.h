@@ -11,7 +11,8 @@
 
 namespace Tannhofen::DSP::Audio {
 
-template <class T> class Ols : public SampleCollector<T> {
+template <class T>
+class Ols : public SampleCollector<T> {
 public:
     using SampleCollector<T>::channels;
     using SampleCollector<T>::collectBlockSize;
@@ -36,12 +37,12 @@ public:
     // The subclass's work on one frame per channel, in place.
     virtual void processFrame(T** frameBuffers, uint32_t length) = 0;
 
-    uint32_t overlap = 0;      // samples carried from one frame to the next
-    uint32_t overlapCopy = 0;  // the overlap init was made with
-    uint32_t hop = 0;          // frameLength - overlap
+    uint32_t overlap = 0;     // samples carried from one frame to the next
+    uint32_t overlapCopy = 0; // the overlap init was made with
+    uint32_t hop = 0;         // frameLength - overlap
     uint32_t frameLength = 0;
     uint32_t passThrough = 0;
-    float overlapRatio = 0.5f; // owners set overlap to half the frame themselves
+    float overlapRatio = 0.5f;  // owners set overlap to half the frame themselves
     T** overlapStore = nullptr; // channels x overlap
     T** frames = nullptr;       // channels x (overlap + hop)
     bool olsInitialised = false;

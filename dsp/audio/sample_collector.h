@@ -19,16 +19,22 @@ namespace CollectorDetail {
 
 // Per-channel buffer arrays. The arrays of channel pointers come from the
 // general allocator, the sample buffers from the vector library.
-template <class T> void freeChannelArray(T**& buffers, uint32_t channels);
-template <class T> void allocateChannelArray(T**& buffers, uint32_t channels, uint32_t length);
-template <class T> void freePointerArray(T**& cursors);
-template <class T> void allocatePointerArray(T**& cursors, uint32_t channels);
-template <class T> void zeroChannelArray(T** buffers, uint32_t channels, uint32_t length);
+template <class T>
+void freeChannelArray(T**& buffers, uint32_t channels);
+template <class T>
+void allocateChannelArray(T**& buffers, uint32_t channels, uint32_t length);
+template <class T>
+void freePointerArray(T**& cursors);
+template <class T>
+void allocatePointerArray(T**& cursors, uint32_t channels);
+template <class T>
+void zeroChannelArray(T** buffers, uint32_t channels, uint32_t length);
 
 } // namespace CollectorDetail
 
 // Collector with separate input and output channel counts.
-template <class T> class SampleCollector2 : public Algo<T> {
+template <class T>
+class SampleCollector2 : public Algo<T> {
 public:
     SampleCollector2() = default;
     ~SampleCollector2() override;
@@ -57,8 +63,8 @@ public:
 
     uint32_t inputChannels = 0;
     uint32_t outputChannels = 0;
-    uint32_t position = 0;          // frames gathered in the current block
-    uint32_t collectBlockSize = 0;  // the internal block; set before init
+    uint32_t position = 0;         // frames gathered in the current block
+    uint32_t collectBlockSize = 0; // the internal block; set before init
     T** inputBuffers = nullptr;
     T** outputBuffers = nullptr;
     T** inputCursors = nullptr;
@@ -67,7 +73,8 @@ public:
 };
 
 // Collector with one channel count for input and output.
-template <class T> class SampleCollector : public Algo<T> {
+template <class T>
+class SampleCollector : public Algo<T> {
 public:
     SampleCollector() = default;
     ~SampleCollector() override;

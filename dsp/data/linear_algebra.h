@@ -21,19 +21,22 @@ enum class Layout : int32_t {
 // ColumnMajor reads the matrices as they store themselves. RowMajor reads each
 // data array as rows x columns in row order (the filter design's convention).
 template <class T>
-void multiply(const SmallMatrix<T>& a, const SmallMatrix<T>& b, SmallMatrix<T>& c, Layout layout = Layout::ColumnMajor);
+void multiply(const SmallMatrix<T>& a, const SmallMatrix<T>& b, SmallMatrix<T>& c,
+              Layout layout = Layout::ColumnMajor);
 // Complex product, row-major, untransposed.
 template <class T>
 void multiply(const SmallComplexMatrix<T>& a, const SmallComplexMatrix<T>& b, SmallComplexMatrix<T>& c);
 
 // Replaces the square matrix m (rows x rows, row-major) by its inverse, through
 // inverseWorkspace and pivots. Answers LAPACK's info: 0 on success, > 0 singular.
-template <class T> int32_t invert(SmallMatrix<T>& m);
+template <class T>
+int32_t invert(SmallMatrix<T>& m);
 
 // Eigenvalues of the square matrix a (row-major), by balancing, Hessenberg
 // reduction and the Hessenberg QR iteration without vectors. Real parts go to
 // re, imaginary parts to im, a.rows values each. a's data is left as it was.
-template <class T> int32_t eigenvalues(SmallMatrix<T>& a, T* re, T* im);
+template <class T>
+int32_t eigenvalues(SmallMatrix<T>& a, T* re, T* im);
 
 // Generalised eigenvalues of the pencil (a, b), both square and row-major:
 // lambda = (alphaRe + i alphaIm) / beta. a and b are left as they were.

@@ -24,23 +24,23 @@ enum class ImplType : int32_t {
     Blas = 12,      // BLAS and LAPACK
 };
 
-template <ImplType V> using Impl = std::integral_constant<ImplType, V>;
+template <ImplType V>
+using Impl = std::integral_constant<ImplType, V>;
 using ImplVecSignal = Impl<ImplType::VecSignal>;
 using ImplVecMatrix = Impl<ImplType::VecMatrix>;
 using ImplBlas = Impl<ImplType::Blas>;
 
 namespace Detail {
 
-template <class E> bool allocate(E*& p, std::size_t count)
-{
+template <class E>
+bool allocate(E*& p, std::size_t count) {
     p = count ? Vec::malloc<E>(count) : nullptr;
-    if (p)
-        Vec::zero(p, count);
+    if (p) Vec::zero(p, count);
     return count == 0 || p != nullptr;
 }
 
-template <class E> void release(E*& p)
-{
+template <class E>
+void release(E*& p) {
     Vec::free(p);
     p = nullptr;
 }
@@ -50,14 +50,17 @@ template <class E> void release(E*& p)
 // What every matrix kind shares: the sizes, the elements and the workspace
 // that inversion and resizing go through. Element is T, or std::complex<T>
 // for pairs of real and imaginary parts.
-template <class Element> class MatrixBase : public Tool::BaseDynamicTool {
+template <class Element>
+class MatrixBase : public Tool::BaseDynamicTool {
 public:
     using ElementType = Element;
 
     MatrixBase(uint32_t maxRows_, uint32_t maxColumns_, bool noWorkspace_)
-        : rows(maxRows_), columns(maxColumns_), maxRows(maxRows_), maxColumns(maxColumns_), noWorkspace(noWorkspace_)
-    {
-    }
+        : rows(maxRows_),
+          columns(maxColumns_),
+          maxRows(maxRows_),
+          maxColumns(maxColumns_),
+          noWorkspace(noWorkspace_) {}
     // Objects own their buffers: a copy would free them twice.
     MatrixBase(const MatrixBase&) = delete;
     MatrixBase& operator=(const MatrixBase&) = delete;
@@ -74,16 +77,15 @@ public:
     // A new size inside the capacity. With a workspace the contents follow:
     // element (r, c) inside both sizes keeps its place, the others become 0.
     // Without one only the size changes.
-    void resize(uint32_t newRows, uint32_t newColumns)
-    {
-        if (newRows == rows && newColumns == columns)
-            return;
+    void resize(uint32_t newRows, uint32_t newColumns) {
+        if (newRows == rows && newColumns == columns) return;
         if (!noWorkspace && data && inverseWorkspace) {
             const std::size_t count = std::size_t(newRows) * newColumns;
             Vec::zero(inverseWorkspace, count);
             const uint32_t keepRows = std::min(rows, newRows), keepColumns = std::min(columns, newColumns);
             for (uint32_t c = 0; c < keepColumns; ++c)
-                Vec::copy(data + std::size_t(c) * rows, inverseWorkspace + std::size_t(c) * newRows, keepRows);
+                Vec::copy(data + std::size_t(c) * rows, inverseWorkspace + std::size_t(c) * newRows,
+                          keepRows);
             Vec::copy(inverseWorkspace, data, count);
         }
         rows = newRows;
@@ -103,17 +105,14 @@ public:
 
 protected:
     // Allocates data, and the workspace unless noWorkspace; true when all succeeded.
-    bool allocateBase(std::size_t dataCount, std::size_t workspaceCount)
-    {
+    bool allocateBase(std::size_t dataCount, std::size_t workspaceCount) {
         freeBase();
         this->initialised = true;
         bool ok = Detail::allocate(data, dataCount);
-        if (!noWorkspace)
-            ok = Detail::allocate(inverseWorkspace, workspaceCount) && ok;
+        if (!noWorkspace) ok = Detail::allocate(inverseWorkspace, workspaceCount) && ok;
         return ok;
     }
-    void freeBase()
-    {
+    void freeBase() {
         Detail::release(data);
         Detail::release(inverseWorkspace);
     }
@@ -121,9 +120,11 @@ protected:
 
 // The BLAS and LAPACK back-end, for all three kinds: scratch for LU pivots and
 // balancing scales besides the workspace.
-template <class Element, class Real, class ImplTag> class BlasMatrix : public MatrixBase<Element> {
+template <class Element, class Real, class ImplTag>
+class BlasMatrix : public MatrixBase<Element> {
 public:
-    static_assert(ImplTag::value == ImplType::Blas,
+    static_assert(
+        ImplTag::value == ImplType::Blas,
         "matrices use BLAS and LAPACK; the vector library's back-end is SmallColumnMatrix<T, ImplVecMatrix>");
     using RealType = Real;
     static constexpr ImplType implType = ImplTag::value;
@@ -131,8 +132,7 @@ public:
     using MatrixBase<Element>::MatrixBase;
     ~BlasMatrix() override { freeScratch(); }
 
-    bool init() override
-    {
+    bool init() override {
         freeScratch();
         const std::size_t count = std::size_t(this->maxRows) * this->maxColumns;
         const std::size_t pivotCount = std::size_t(std::max(this->maxRows, this->maxColumns)) + 1;
@@ -144,8 +144,7 @@ public:
         return !ok;
     }
 
-    bool release() override
-    {
+    bool release() override {
         freeScratch();
         this->freeBase();
         return this->data != nullptr;
@@ -155,65 +154,58 @@ public:
     Real* scaleWorkspace = nullptr; // as many as pivots
 
 private:
-    void freeScratch()
-    {
+    void freeScratch() {
         Detail::release(pivots);
         Detail::release(scaleWorkspace);
     }
 };
 
-template <class T, class ImplTag = ImplBlas> class SmallMatrix : public BlasMatrix<T, T, ImplTag> {
+template <class T, class ImplTag = ImplBlas>
+class SmallMatrix : public BlasMatrix<T, T, ImplTag> {
 public:
     explicit SmallMatrix(uint32_t maxRows = 0, uint32_t maxColumns = 0, bool noWorkspace = false)
-        : BlasMatrix<T, T, ImplTag>(maxRows, maxColumns, noWorkspace)
-    {
-    }
+        : BlasMatrix<T, T, ImplTag>(maxRows, maxColumns, noWorkspace) {}
 };
 
 template <class T, class ImplTag = ImplBlas>
 class SmallComplexMatrix : public BlasMatrix<std::complex<T>, T, ImplTag> {
 public:
     explicit SmallComplexMatrix(uint32_t maxRows = 0, uint32_t maxColumns = 0, bool noWorkspace = false)
-        : BlasMatrix<std::complex<T>, T, ImplTag>(maxRows, maxColumns, noWorkspace)
-    {
-    }
+        : BlasMatrix<std::complex<T>, T, ImplTag>(maxRows, maxColumns, noWorkspace) {}
 };
 
 // A column of values (a root list, a gain column): one column unless told otherwise.
-template <class T, class ImplTag = ImplBlas> class SmallColumnMatrix : public BlasMatrix<T, T, ImplTag> {
+template <class T, class ImplTag = ImplBlas>
+class SmallColumnMatrix : public BlasMatrix<T, T, ImplTag> {
 public:
     explicit SmallColumnMatrix(uint32_t maxRows = 0, uint32_t maxColumns = 1, bool noWorkspace = false)
-        : BlasMatrix<T, T, ImplTag>(maxRows, maxColumns, noWorkspace)
-    {
-    }
+        : BlasMatrix<T, T, ImplTag>(maxRows, maxColumns, noWorkspace) {}
 };
 
 // The vector library's matrix back-end. With m the larger capacity, data holds
 // m x m elements, inverseWorkspace m x m + m, and inversionWork what
 // Vec::matInvert needs for maxRows.
-template <class T> class SmallColumnMatrix<T, ImplVecMatrix> : public MatrixBase<T> {
+template <class T>
+class SmallColumnMatrix<T, ImplVecMatrix> : public MatrixBase<T> {
 public:
     using RealType = T;
     static constexpr ImplType implType = ImplType::VecMatrix;
 
     explicit SmallColumnMatrix(uint32_t maxRows = 0, uint32_t maxColumns = 1, bool noWorkspace = false)
-        : MatrixBase<T>(maxRows, maxColumns, noWorkspace)
-    {
-    }
+        : MatrixBase<T>(maxRows, maxColumns, noWorkspace) {}
     ~SmallColumnMatrix() override { Detail::release(inversionWork); }
 
-    bool init() override
-    {
+    bool init() override {
         Detail::release(inversionWork);
         const std::size_t m = std::max(this->maxRows, this->maxColumns);
         bool ok = this->allocateBase(m * m, m * m + m);
         if (!this->noWorkspace)
-            ok = Detail::allocate(inversionWork, std::size_t(Vec::matInvertWorkSize(int(this->maxRows)))) && ok;
+            ok = Detail::allocate(inversionWork, std::size_t(Vec::matInvertWorkSize(int(this->maxRows)))) &&
+                 ok;
         return !ok;
     }
 
-    bool release() override
-    {
+    bool release() override {
         Detail::release(inversionWork);
         this->freeBase();
         return this->data != nullptr;

@@ -35,29 +35,39 @@ void init();
 // ---- Memory ---------------------------------------------------------------
 // 64-byte aligned allocation; null on failure or for 0 bytes. Free with free().
 void* mallocBytes(std::size_t bytes);
-template <class T> T* malloc(std::size_t count);
+template <class T>
+T* malloc(std::size_t count);
 void free(void* p);
 
-template <class T> T* malloc(std::size_t count)
-{
-    if (count > static_cast<std::size_t>(-1) / sizeof(T))
-        return nullptr;
+template <class T>
+T* malloc(std::size_t count) {
+    if (count > static_cast<std::size_t>(-1) / sizeof(T)) return nullptr;
     return static_cast<T*>(mallocBytes(count * sizeof(T)));
 }
 
 // ---- Element-wise ---------------------------------------------------------
-template <class T> void copy(const T* src, T* dst, std::size_t n);      // dst = src (overlap: memmove semantics)
-template <class T> void fill(T value, T* dst, std::size_t n);           // dst = value
-template <class T> void zero(T* dst, std::size_t n);                    // dst = 0
-template <class T> void add(const T* a, const T* b, T* dst, std::size_t n);  // dst = a + b
-template <class T> void sub(const T* a, const T* b, T* dst, std::size_t n);  // dst = a - b
-template <class T> void mul(const T* a, const T* b, T* dst, std::size_t n);  // dst = a * b
-template <class T> void mulC(const T* src, T c, T* dst, std::size_t n);      // dst = src * c
-template <class T> void addProductC(const T* src, T c, T* dst, std::size_t n); // dst += src * c
+template <class T>
+void copy(const T* src, T* dst, std::size_t n); // dst = src (overlap: memmove semantics)
+template <class T>
+void fill(T value, T* dst, std::size_t n); // dst = value
+template <class T>
+void zero(T* dst, std::size_t n); // dst = 0
+template <class T>
+void add(const T* a, const T* b, T* dst, std::size_t n); // dst = a + b
+template <class T>
+void sub(const T* a, const T* b, T* dst, std::size_t n); // dst = a - b
+template <class T>
+void mul(const T* a, const T* b, T* dst, std::size_t n); // dst = a * b
+template <class T>
+void mulC(const T* src, T c, T* dst, std::size_t n); // dst = src * c
+template <class T>
+void addProductC(const T* src, T c, T* dst, std::size_t n); // dst += src * c
 // dst = src clamped to [-limit, limit] (limit taken as its magnitude).
-template <class T> void clampMag(const T* src, T limit, T* dst, std::size_t n);
+template <class T>
+void clampMag(const T* src, T limit, T* dst, std::size_t n);
 // Largest |src[i]|; 0 for an empty or null array.
-template <class T> T maxAbs(const T* src, std::size_t n);
+template <class T>
+T maxAbs(const T* src, std::size_t n);
 void convert(const float* src, double* dst, std::size_t n);
 void convert(const double* src, float* dst, std::size_t n);
 
@@ -70,7 +80,8 @@ enum FftFlag : int32_t {
     FftNoDiv = 8,
 };
 
-template <class T> struct FftSpec; // opaque; lives in the caller's spec buffer
+template <class T>
+struct FftSpec; // opaque; lives in the caller's spec buffer
 
 // Sizes in bytes of the transform object (FftSpec), init and work buffers for a transform of 2^order points.
 Status fftGetSize(int order, int flag, int& specSize, int& initSize, int& workSize);
@@ -79,7 +90,8 @@ Status fftGetSize(int order, int flag, int& specSize, int& initSize, int& workSi
 template <class T>
 Status fftInit(FftSpec<T>** spec, int order, int flag, uint8_t* specBuffer, uint8_t* initBuffer);
 // Destroys the plans held in a spec made by fftInit (the buffer itself stays the caller's).
-template <class T> void fftFree(FftSpec<T>* spec);
+template <class T>
+void fftFree(FftSpec<T>* spec);
 // Forward transform, unscaled for FftNoDiv and FftDivInvByN. Any alignment is accepted.
 template <class T>
 Status fftFwd(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm, const FftSpec<T>* spec, uint8_t* work);
@@ -92,29 +104,32 @@ Status fftInv(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm, const FftSpec<
 // b0 b1 b2 a0 a1 a2 (a0 is normalised away), and a delay line of 2 values per
 // section. A direct-form filter of order N takes 2 (N + 1) taps, b0..bN then
 // a0..aN, and a delay line of N values.
-template <class T> struct IirState; // opaque; lives in the caller's buffer
+template <class T>
+struct IirState; // opaque; lives in the caller's buffer
 
 Status iirGetStateSizeBiQuad(int numSections, int& bytes);
 template <class T>
-Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const T* delayLine, uint8_t* buffer);
+Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const T* delayLine,
+                     uint8_t* buffer);
 Status iirGetStateSize(int order, int& bytes);
 template <class T>
 Status iirInit(IirState<T>** state, const T* taps, int order, const T* delayLine, uint8_t* buffer);
 // A null delay line starts the filter from silence; these take a plain nullptr.
 template <class T>
-Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, std::nullptr_t, uint8_t* buffer)
-{
+Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, std::nullptr_t, uint8_t* buffer) {
     return iirInitBiQuad(state, taps, numSections, static_cast<const T*>(nullptr), buffer);
 }
 template <class T>
-Status iirInit(IirState<T>** state, const T* taps, int order, std::nullptr_t, uint8_t* buffer)
-{
+Status iirInit(IirState<T>** state, const T* taps, int order, std::nullptr_t, uint8_t* buffer) {
     return iirInit(state, taps, order, static_cast<const T*>(nullptr), buffer);
 }
 // Filters len samples (in place allowed).
-template <class T> Status iir(const T* src, T* dst, int len, IirState<T>* state);
-template <class T> Status iirGetDelayLine(const IirState<T>* state, T* delayLine);
-template <class T> Status iirSetDelayLine(IirState<T>* state, const T* delayLine);
+template <class T>
+Status iir(const T* src, T* dst, int len, IirState<T>* state);
+template <class T>
+Status iirGetDelayLine(const IirState<T>* state, T* delayLine);
+template <class T>
+Status iirSetDelayLine(IirState<T>* state, const T* delayLine);
 
 // ---- Multirate --------------------------------------------------------------
 // Zero-stuffing: dst[k * factor + phase] = src[k], zeros elsewhere; dstLen = srcLen * factor.
@@ -129,6 +144,7 @@ Status sampleDown(const T* src, int srcLen, T* dst, int& dstLen, int factor, int
 // Work buffer size (elements of T) to invert an n x n matrix.
 int matInvertWorkSize(int n);
 // dst = inverse(src), both n x n row-major. StsSingularErr when singular.
-template <class T> Status matInvert(const T* src, T* dst, int n, T* work);
+template <class T>
+Status matInvert(const T* src, T* dst, int n, T* work);
 
 } // namespace Tannhofen::DSP::Vec

@@ -9,9 +9,10 @@
 
 namespace Tannhofen::DSP::Vec {
 
-template <class T> struct IirState {
+template <class T>
+struct IirState {
     bool biquad = false;
-    int order = 0; // sections of a biquad cascade, or the order of a direct form
+    int order = 0;      // sections of a biquad cascade, or the order of a direct form
     T* taps = nullptr;  // biquad: b0 b1 b2 a1 a2 per section; direct: b0..bN a1..aN
     T* delay = nullptr; // biquad: 2 per section; direct: N
     int delayLength() const { return biquad ? 2 * order : order; }
@@ -23,14 +24,13 @@ constexpr int kMaxIirOrder = 1 << 20;
 
 // Bytes for the state header, its taps and delay line, with room to align
 // the header inside a buffer of any alignment. Sized for double, the wider type.
-int stateBytes(int tapCount, int delayCount)
-{
-    return static_cast<int>(sizeof(IirState<double>) + alignof(IirState<double>)
-        + sizeof(double) * static_cast<std::size_t>(tapCount + delayCount));
+int stateBytes(int tapCount, int delayCount) {
+    return static_cast<int>(sizeof(IirState<double>) + alignof(IirState<double>) +
+                            sizeof(double) * static_cast<std::size_t>(tapCount + delayCount));
 }
 
-template <class T> IirState<T>* placeState(uint8_t* buffer, bool biquad, int order, int tapCount)
-{
+template <class T>
+IirState<T>* placeState(uint8_t* buffer, bool biquad, int order, int tapCount) {
     auto address = reinterpret_cast<std::uintptr_t>(buffer);
     address = (address + alignof(IirState<T>) - 1) / alignof(IirState<T>) * alignof(IirState<T>);
     auto* state = new (reinterpret_cast<void*>(address)) IirState<T>();
@@ -42,8 +42,8 @@ template <class T> IirState<T>* placeState(uint8_t* buffer, bool biquad, int ord
 }
 
 // One biquad section over a block: y = b0 x + z1; z1 = b1 x - a1 y + z2; z2 = b2 x - a2 y.
-template <class T> void biquad(const T* src, T* dst, int len, const T* c, T* z)
-{
+template <class T>
+void biquad(const T* src, T* dst, int len, const T* c, T* z) {
     const T b0 = c[0], b1 = c[1], b2 = c[2], a1 = c[3], a2 = c[4];
     T z1 = z[0], z2 = z[1];
     for (int i = 0; i < len; ++i) {
@@ -60,12 +60,11 @@ template <class T> void biquad(const T* src, T* dst, int len, const T* c, T* z)
 // A cascade of S sections, sample by sample through all sections: the
 // recurrences of the sections overlap in the pipeline, which runs a cascade
 // well over twice as fast as section after section over the block.
-template <class T, int S> void cascade(const T* src, T* dst, int len, const T* taps, T* delay)
-{
+template <class T, int S>
+void cascade(const T* src, T* dst, int len, const T* taps, T* delay) {
     T c[S][5], z[S][2];
     for (int s = 0; s < S; ++s) {
-        for (int k = 0; k < 5; ++k)
-            c[s][k] = taps[5 * s + k];
+        for (int k = 0; k < 5; ++k) c[s][k] = taps[5 * s + k];
         z[s][0] = delay[2 * s];
         z[s][1] = delay[2 * s + 1];
     }
@@ -86,8 +85,8 @@ template <class T, int S> void cascade(const T* src, T* dst, int len, const T* t
 }
 
 // Runs sections [0, count) in groups of at most 4.
-template <class T> void cascadeAll(const T* src, T* dst, int len, const T* taps, T* delay, int count)
-{
+template <class T>
+void cascadeAll(const T* src, T* dst, int len, const T* taps, T* delay, int count) {
     for (int s = 0; s < count;) {
         const T* in = s == 0 ? src : dst;
         const int group = count - s >= 4 ? 4 : count - s;
@@ -102,21 +101,19 @@ template <class T> void cascadeAll(const T* src, T* dst, int len, const T* taps,
 }
 
 // Direct form of order N: y = b0 x + d0; d[k] = d[k + 1] + b[k + 1] x - a[k + 1] y; d[N - 1] = bN x - aN y.
-template <class T> void directForm(const T* src, T* dst, int len, const T* b, const T* a, T* d, int order)
-{
+template <class T>
+void directForm(const T* src, T* dst, int len, const T* b, const T* a, T* d, int order) {
     for (int i = 0; i < len; ++i) {
         const T x = src[i];
         const T y = b[0] * x + (order > 0 ? d[0] : T(0));
-        for (int k = 0; k + 1 < order; ++k)
-            d[k] = d[k + 1] + b[k + 1] * x - a[k] * y;
-        if (order > 0)
-            d[order - 1] = b[order] * x - a[order - 1] * y;
+        for (int k = 0; k + 1 < order; ++k) d[k] = d[k + 1] + b[k + 1] * x - a[k] * y;
+        if (order > 0) d[order - 1] = b[order] * x - a[order - 1] * y;
         dst[i] = y;
     }
 }
 
-template <class T> void setDelay(IirState<T>* state, const T* delayLine)
-{
+template <class T>
+void setDelay(IirState<T>* state, const T* delayLine) {
     const int n = state->delayLength();
     if (delayLine)
         copy(delayLine, state->delay, static_cast<std::size_t>(n));
@@ -126,33 +123,26 @@ template <class T> void setDelay(IirState<T>* state, const T* delayLine)
 
 } // namespace
 
-Status iirGetStateSizeBiQuad(int numSections, int& bytes)
-{
-    if (numSections < 1 || numSections > kMaxIirOrder)
-        return StsSizeErr;
+Status iirGetStateSizeBiQuad(int numSections, int& bytes) {
+    if (numSections < 1 || numSections > kMaxIirOrder) return StsSizeErr;
     bytes = stateBytes(5 * numSections, 2 * numSections);
     return StsNoErr;
 }
 
-Status iirGetStateSize(int order, int& bytes)
-{
-    if (order < 1 || order > kMaxIirOrder)
-        return StsSizeErr;
+Status iirGetStateSize(int order, int& bytes) {
+    if (order < 1 || order > kMaxIirOrder) return StsSizeErr;
     bytes = stateBytes(2 * order + 1, order);
     return StsNoErr;
 }
 
 // A null delayLine starts the filter from silence.
 template <class T>
-Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const T* delayLine, uint8_t* buffer)
-{
-    if (!state || !taps || !buffer)
-        return StsNullPtrErr;
-    if (numSections < 1 || numSections > kMaxIirOrder)
-        return StsSizeErr;
+Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const T* delayLine,
+                     uint8_t* buffer) {
+    if (!state || !taps || !buffer) return StsNullPtrErr;
+    if (numSections < 1 || numSections > kMaxIirOrder) return StsSizeErr;
     for (int s = 0; s < numSections; ++s)
-        if (taps[6 * s + 3] == T(0))
-            return StsDivByZeroErr;
+        if (taps[6 * s + 3] == T(0)) return StsDivByZeroErr;
     IirState<T>* st = placeState<T>(buffer, true, numSections, 5 * numSections);
     for (int s = 0; s < numSections; ++s) {
         const T* t = taps + 6 * s;
@@ -170,33 +160,24 @@ Status iirInitBiQuad(IirState<T>** state, const T* taps, int numSections, const 
 }
 
 template <class T>
-Status iirInit(IirState<T>** state, const T* taps, int order, const T* delayLine, uint8_t* buffer)
-{
-    if (!state || !taps || !buffer)
-        return StsNullPtrErr;
-    if (order < 1 || order > kMaxIirOrder)
-        return StsSizeErr;
+Status iirInit(IirState<T>** state, const T* taps, int order, const T* delayLine, uint8_t* buffer) {
+    if (!state || !taps || !buffer) return StsNullPtrErr;
+    if (order < 1 || order > kMaxIirOrder) return StsSizeErr;
     const T a0 = taps[order + 1];
-    if (a0 == T(0))
-        return StsDivByZeroErr;
+    if (a0 == T(0)) return StsDivByZeroErr;
     IirState<T>* st = placeState<T>(buffer, false, order, 2 * order + 1);
-    for (int k = 0; k <= order; ++k)
-        st->taps[k] = taps[k] / a0;
-    for (int k = 1; k <= order; ++k)
-        st->taps[order + k] = taps[order + 1 + k] / a0;
+    for (int k = 0; k <= order; ++k) st->taps[k] = taps[k] / a0;
+    for (int k = 1; k <= order; ++k) st->taps[order + k] = taps[order + 1 + k] / a0;
     setDelay(st, delayLine);
     *state = st;
     return StsNoErr;
 }
 
-template <class T> Status iir(const T* src, T* dst, int len, IirState<T>* state)
-{
-    if (!src || !dst || !state)
-        return StsNullPtrErr;
-    if (len < 0)
-        return StsSizeErr;
-    if (len == 0)
-        return StsNoErr;
+template <class T>
+Status iir(const T* src, T* dst, int len, IirState<T>* state) {
+    if (!src || !dst || !state) return StsNullPtrErr;
+    if (len < 0) return StsSizeErr;
+    if (len == 0) return StsNoErr;
     if (state->biquad) {
         cascadeAll(src, dst, len, state->taps, state->delay, state->order);
     } else if (state->order == 2) {
@@ -208,27 +189,25 @@ template <class T> Status iir(const T* src, T* dst, int len, IirState<T>* state)
     return StsNoErr;
 }
 
-template <class T> Status iirGetDelayLine(const IirState<T>* state, T* delayLine)
-{
-    if (!state || !delayLine)
-        return StsNullPtrErr;
+template <class T>
+Status iirGetDelayLine(const IirState<T>* state, T* delayLine) {
+    if (!state || !delayLine) return StsNullPtrErr;
     copy(state->delay, delayLine, static_cast<std::size_t>(state->delayLength()));
     return StsNoErr;
 }
 
-template <class T> Status iirSetDelayLine(IirState<T>* state, const T* delayLine)
-{
-    if (!state || !delayLine)
-        return StsNullPtrErr;
+template <class T>
+Status iirSetDelayLine(IirState<T>* state, const T* delayLine) {
+    if (!state || !delayLine) return StsNullPtrErr;
     setDelay(state, delayLine);
     return StsNoErr;
 }
 
-#define PLX_VEC_IIR_INSTANTIATE(T)                                                            \
-    template Status iirInitBiQuad<T>(IirState<T>**, const T*, int, const T*, uint8_t*);       \
-    template Status iirInit<T>(IirState<T>**, const T*, int, const T*, uint8_t*);             \
-    template Status iir<T>(const T*, T*, int, IirState<T>*);                                  \
-    template Status iirGetDelayLine<T>(const IirState<T>*, T*);                               \
+#define PLX_VEC_IIR_INSTANTIATE(T)                                                      \
+    template Status iirInitBiQuad<T>(IirState<T>**, const T*, int, const T*, uint8_t*); \
+    template Status iirInit<T>(IirState<T>**, const T*, int, const T*, uint8_t*);       \
+    template Status iir<T>(const T*, T*, int, IirState<T>*);                            \
+    template Status iirGetDelayLine<T>(const IirState<T>*, T*);                         \
     template Status iirSetDelayLine<T>(IirState<T>*, const T*);
 
 PLX_VEC_IIR_INSTANTIATE(float)

@@ -15,36 +15,46 @@ namespace Tannhofen::Plx {
 
 namespace {
 
-FUnknown* createRadialPanner(void*) { return nullptr; }
-FUnknown* createRPannerController(void*) { return nullptr; }
-FUnknown* createMatrixMixer(void* context)
-{
+FUnknown* createRadialPanner(void*) {
+    return nullptr;
+}
+FUnknown* createRPannerController(void*) {
+    return nullptr;
+}
+FUnknown* createMatrixMixer(void* context) {
     return createInstanceAs<Mix::MatrixMixer, IAudioProcessor>(context);
 }
-FUnknown* createMMixerController(void* context)
-{
+FUnknown* createMMixerController(void* context) {
     return createInstanceAs<Mix::MMixerController, IPlxEditController>(context);
 }
-FUnknown* createAmbiBinProcessor(void*) { return nullptr; }
-FUnknown* createAmbiBinController(void*) { return nullptr; }
+FUnknown* createAmbiBinProcessor(void*) {
+    return nullptr;
+}
+FUnknown* createAmbiBinController(void*) {
+    return nullptr;
+}
 
 constexpr const char* kProcessorCategory = "Audio Module Class";
 constexpr const char* kControllerCategory = "Component Controller Class";
 
 const ClassTableRow kClassTable[] = {
-    {kRadialPannerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX RadialPanner", "Spatial|Fx",
-     createRadialPanner},
-    {kRadialPannerControllerUID, 0, kControllerCategory, "PLX RadialPanner Controller", "", createRPannerController},
-    {kMatrixMixerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "MixMorph V6", "Spatial|Fx|Up-Downmix",
-     createMatrixMixer},
+    {kRadialPannerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX RadialPanner",
+     "Spatial|Fx", createRadialPanner},
+    {kRadialPannerControllerUID, 0, kControllerCategory, "PLX RadialPanner Controller", "",
+     createRPannerController},
+    {kMatrixMixerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "MixMorph V6",
+     "Spatial|Fx|Up-Downmix", createMatrixMixer},
     {kMatrixMixerControllerUID, 0, kControllerCategory, "MixMorph V6 Controller", "", createMMixerController},
     {kAmbiBinProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX SphereDecoder",
      "Spatial|Fx|Ambisonics|Up-Downmix", createAmbiBinProcessor},
-    {kAmbiBinControllerUID, 0, kControllerCategory, "PLX SphereDecoder Controller", "", createAmbiBinController},
+    {kAmbiBinControllerUID, 0, kControllerCategory, "PLX SphereDecoder Controller", "",
+     createAmbiBinController},
 };
 
 } // namespace
 
-std::span<const ClassTableRow> moduleClassTable() { return kClassTable; }
+std::span<const ClassTableRow> moduleClassTable() {
+    return kClassTable;
+}
 
 } // namespace Tannhofen::Plx

@@ -9,27 +9,27 @@
 namespace {
 
 // The module's own handle, found through an address inside it.
-void* ownModuleHandle()
-{
+void* ownModuleHandle() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&ownModuleHandle), &info) == 0 || !info.dli_fname)
-        return nullptr;
+    if (dladdr(reinterpret_cast<void*>(&ownModuleHandle), &info) == 0 || !info.dli_fname) return nullptr;
     // RTLD_NOLOAD only looks the loaded module up; the reference it adds is
     // given back at once, so the handle stays valid exactly as long as the
     // host keeps the module loaded.
     void* handle = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
+    if (handle) dlclose(handle);
     return handle;
 }
 
 } // namespace
 
-PLX_EXPORT bool InitDll() { return Tannhofen::Plx::initModule(ownModuleHandle()); }
+PLX_EXPORT bool InitDll() {
+    return Tannhofen::Plx::initModule(ownModuleHandle());
+}
 
-PLX_EXPORT bool ExitDll() { return Tannhofen::Plx::exitModule(); }
+PLX_EXPORT bool ExitDll() {
+    return Tannhofen::Plx::exitModule();
+}
 
-PLX_EXPORT Tannhofen::Plx::IPlxFactory* GetPluginFactory()
-{
+PLX_EXPORT Tannhofen::Plx::IPlxFactory* GetPluginFactory() {
     return Tannhofen::Plx::getPluginFactory(Tannhofen::Plx::moduleClassTable());
 }

@@ -10,7 +10,9 @@
 
 namespace Tannhofen::Host {
 
-class ComponentHandler final : public RefCounted, public Plx::IComponentHandler, public Plx::IComponentHandler2 {
+class ComponentHandler final : public RefCounted,
+                               public Plx::IComponentHandler,
+                               public Plx::IComponentHandler2 {
 public:
     enum class EditKind { Begin, Perform, End };
     struct Edit {
@@ -39,8 +41,7 @@ public:
     bool dirty = false;
     int32_t openGroupEdits = 0;
 
-    void clear()
-    {
+    void clear() {
         edits.clear();
         restarts.clear();
     }

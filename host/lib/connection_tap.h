@@ -17,8 +17,7 @@ public:
     using Observer = std::function<void(Plx::IMessage*)>;
 
     // Forwards to `target` (holding a reference) and calls `observer` first.
-    static ConnectionTap* create(Plx::IConnectionPoint* target, Observer observer)
-    {
+    static ConnectionTap* create(Plx::IConnectionPoint* target, Observer observer) {
         return new ConnectionTap(target, std::move(observer));
     }
 
@@ -31,7 +30,8 @@ public:
     Plx::tresult notify(Plx::IMessage* message) override;
 
 private:
-    ConnectionTap(Plx::IConnectionPoint* target, Observer observer) : target(target), observer(std::move(observer)) {}
+    ConnectionTap(Plx::IConnectionPoint* target, Observer observer)
+        : target(target), observer(std::move(observer)) {}
     Plx::IPtr<Plx::IConnectionPoint> target;
     Observer observer;
 };

@@ -9,16 +9,12 @@ namespace Tannhofen::Host {
 
 using namespace Plx;
 
-HostApplication::~HostApplication()
-{
-    for (IIdleHandler* handler : idleHandlers)
-        handler->release();
+HostApplication::~HostApplication() {
+    for (IIdleHandler* handler : idleHandlers) handler->release();
 }
 
-tresult HostApplication::queryInterface(const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
+tresult HostApplication::queryInterface(const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
     PLX_HOST_ANSWER(iid, obj, IPlxHostApplication)
     PLX_HOST_ANSWER(iid, obj, IPlxHostInfo)
     PLX_HOST_ANSWER(iid, obj, IPlxTimerService)
@@ -31,10 +27,8 @@ tresult HostApplication::queryInterface(const TUID& iid, void** obj)
     return kNoInterface;
 }
 
-tresult HostApplication::getName(char16_t* out)
-{
-    if (!out)
-        return kInvalidArgument;
+tresult HostApplication::getName(char16_t* out) {
+    if (!out) return kInvalidArgument;
     // A bounded copy that zero-fills the field; the host library links no
     // module code, so it does not borrow the frame's text helpers.
     const size_t n = std::min<size_t>(name.size(), 127);
@@ -43,35 +37,28 @@ tresult HostApplication::getName(char16_t* out)
     return kResultOk;
 }
 
-tresult HostApplication::createInstance(const TUID& cid, const TUID& iid, void** obj)
-{
-    if (!obj)
-        return kInvalidArgument;
+tresult HostApplication::createInstance(const TUID& cid, const TUID& iid, void** obj) {
+    if (!obj) return kInvalidArgument;
     *obj = nullptr;
     FUnknown* created = nullptr;
     if (equalTUID(cid, IMessage::iid))
         created = HostMessage::create();
     else if (equalTUID(cid, IPlxAttributes::iid))
         created = HostAttributes::create();
-    if (!created)
-        return kNoInterface;
+    if (!created) return kNoInterface;
     const tresult result = created->queryInterface(iid, obj);
     created->release();
     return result;
 }
 
-tresult HostApplication::getProductCode(int32_t* code)
-{
-    if (!code)
-        return kInvalidArgument;
+tresult HostApplication::getProductCode(int32_t* code) {
+    if (!code) return kInvalidArgument;
     *code = productCode;
     return kResultOk;
 }
 
-tresult HostApplication::registerIdleHandler(IIdleHandler* handler)
-{
-    if (!handler)
-        return kInvalidArgument;
+tresult HostApplication::registerIdleHandler(IIdleHandler* handler) {
+    if (!handler) return kInvalidArgument;
     if (std::find(idleHandlers.begin(), idleHandlers.end(), handler) != idleHandlers.end())
         return kResultFalse;
     handler->addRef();
@@ -79,22 +66,18 @@ tresult HostApplication::registerIdleHandler(IIdleHandler* handler)
     return kResultOk;
 }
 
-tresult HostApplication::unregisterIdleHandler(IIdleHandler* handler)
-{
+tresult HostApplication::unregisterIdleHandler(IIdleHandler* handler) {
     auto it = std::find(idleHandlers.begin(), idleHandlers.end(), handler);
-    if (!handler || it == idleHandlers.end())
-        return kResultFalse;
+    if (!handler || it == idleHandlers.end()) return kResultFalse;
     idleHandlers.erase(it);
     handler->release();
     return kResultOk;
 }
 
-void HostApplication::idle()
-{
+void HostApplication::idle() {
     // Hold each handler while it runs: it may unregister itself.
     const std::vector<IIdleHandler*> handlers = idleHandlers;
-    for (IIdleHandler* handler : handlers)
-        handler->addRef();
+    for (IIdleHandler* handler : handlers) handler->addRef();
     for (IIdleHandler* handler : handlers) {
         handler->onIdle();
         handler->release();

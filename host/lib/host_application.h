@@ -14,7 +14,8 @@
 
 namespace Tannhofen::Host {
 
-class HostApplication final : public RefCounted, public Plx::IPlxHostApplication,
+class HostApplication final : public RefCounted,
+                              public Plx::IPlxHostApplication,
                               public Plx::IPlxHostInfo,
                               public Plx::IPlxTimerService {
 public:

@@ -7,11 +7,9 @@ namespace Tannhofen::Host {
 
 using namespace Plx;
 
-std::unique_ptr<Module> Module::load(const std::string& path, std::string* error)
-{
+std::unique_ptr<Module> Module::load(const std::string& path, std::string* error) {
     auto fail = [&](const std::string& why) {
-        if (error)
-            *error = why;
+        if (error) *error = why;
         return std::unique_ptr<Module>();
     };
     std::unique_ptr<Module> module(new Module);
@@ -25,42 +23,32 @@ std::unique_ptr<Module> Module::load(const std::string& path, std::string* error
     module->factoryFunc = reinterpret_cast<GetPluginFactoryFunc>(dlsym(module->handle, "GetPluginFactory"));
     if (!module->initFunc || !module->exitFunc || !module->factoryFunc)
         return fail(path + " lacks InitDll, ExitDll or GetPluginFactory");
-    if (!module->initFunc())
-        return fail("InitDll of " + path + " failed");
+    if (!module->initFunc()) return fail("InitDll of " + path + " failed");
     module->initialized = true;
     module->factoryPtr = module->factoryFunc();
     return module;
 }
 
-Module::~Module()
-{
-    if (factoryPtr)
-        factoryPtr->release();
-    if (initialized)
-        exitFunc();
-    if (handle)
-        dlclose(handle);
+Module::~Module() {
+    if (factoryPtr) factoryPtr->release();
+    if (initialized) exitFunc();
+    if (handle) dlclose(handle);
 }
 
-std::vector<ClassInfo2> Module::classes() const
-{
+std::vector<ClassInfo2> Module::classes() const {
     std::vector<ClassInfo2> result;
     IPtr<IPlxFactory2> factory2 = IPtr<IPlxFactory2>::adopt(queryInterfaceOf<IPlxFactory2>(factoryPtr));
-    if (!factory2)
-        return result;
+    if (!factory2) return result;
     for (int32 i = 0; i < factory2->countClasses(); ++i) {
         ClassInfo2 info{};
-        if (factory2->getClassInfo2(i, &info) == kResultOk)
-            result.push_back(info);
+        if (factory2->getClassInfo2(i, &info) == kResultOk) result.push_back(info);
     }
     return result;
 }
 
-std::optional<FUID> Module::findClass(const std::string& name) const
-{
+std::optional<FUID> Module::findClass(const std::string& name) const {
     for (const ClassInfo2& info : classes())
-        if (std::strncmp(info.name, name.c_str(), sizeof info.name) == 0)
-            return FUID(info.cid);
+        if (std::strncmp(info.name, name.c_str(), sizeof info.name) == 0) return FUID(info.cid);
     return std::nullopt;
 }
 

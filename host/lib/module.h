@@ -33,8 +33,7 @@ public:
     std::optional<Plx::FUID> findClass(const std::string& name) const;
     // An instance of class `cid` as interface I, with one reference; null on failure.
     template <class I>
-    Plx::IPtr<I> createInstance(const Plx::FUID& cid) const
-    {
+    Plx::IPtr<I> createInstance(const Plx::FUID& cid) const {
         void* obj = nullptr;
         if (!factoryPtr || factoryPtr->createInstance(cid.toTUID(), I::iid, &obj) != Plx::kResultOk)
             return {};
@@ -42,10 +41,8 @@ public:
     }
 
     // Gives up the reference that load() took, as a host does before unloading.
-    void releaseFactory()
-    {
-        if (factoryPtr)
-            factoryPtr->release();
+    void releaseFactory() {
+        if (factoryPtr) factoryPtr->release();
         factoryPtr = nullptr;
     }
 

@@ -25,8 +25,7 @@ public:
     // Keeps points sorted by offset; a point at an existing offset replaces it.
     Plx::tresult addPoint(int32_t sampleOffset, Plx::ParamValue value, int32_t* index) override;
 
-    void reset(Plx::ParamID newId)
-    {
+    void reset(Plx::ParamID newId) {
         id = newId;
         points.clear();
     }

@@ -19,8 +19,7 @@ public:
 protected:
     virtual ~RefCounted() = default;
     uint32_t addRefImpl() { return static_cast<uint32_t>(++count); }
-    uint32_t releaseImpl()
-    {
+    uint32_t releaseImpl() {
         const int32_t left = --count;
         if (left == 0) {
             count = -1000;
@@ -35,16 +34,20 @@ private:
 };
 
 // FUnknown's three operations for a host object; answers FUnknown through First.
-#define PLX_HOST_REFCOUNT                                                     \
-    uint32_t addRef() override { return addRefImpl(); }                      \
-    uint32_t release() override { return releaseImpl(); }
+#define PLX_HOST_REFCOUNT         \
+    uint32_t addRef() override {  \
+        return addRefImpl();      \
+    }                             \
+    uint32_t release() override { \
+        return releaseImpl();     \
+    }
 
 // In queryInterface: answers `Interface` with this object, adding a reference.
-#define PLX_HOST_ANSWER(iidArg, objArg, Interface)                            \
-    if (::Tannhofen::Plx::equalTUID(iidArg, Interface::iid)) {               \
-        addRef();                                                           \
-        *(objArg) = static_cast<Interface*>(this);                          \
-        return ::Tannhofen::Plx::kResultOk;                                 \
+#define PLX_HOST_ANSWER(iidArg, objArg, Interface)             \
+    if (::Tannhofen::Plx::equalTUID(iidArg, Interface::iid)) { \
+        addRef();                                              \
+        *(objArg) = static_cast<Interface*>(this);             \
+        return ::Tannhofen::Plx::kResultOk;                    \
     }
 
 } // namespace Tannhofen::Host

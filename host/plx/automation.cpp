@@ -11,8 +11,7 @@ namespace Tannhofen::Host::Cli {
 namespace {
 
 // Splits a line at spaces, tabs and commas; double quotes keep a field whole.
-std::vector<std::string> fields(const std::string& line, bool* unterminated)
-{
+std::vector<std::string> fields(const std::string& line, bool* unterminated) {
     std::vector<std::string> out;
     std::string field;
     bool inField = false;
@@ -27,8 +26,7 @@ std::vector<std::string> fields(const std::string& line, bool* unterminated)
             quoted = true;
             inField = true;
         } else if (c == ' ' || c == '\t' || c == ',' || c == '\r') {
-            if (inField)
-                out.push_back(field);
+            if (inField) out.push_back(field);
             field.clear();
             inField = false;
         } else {
@@ -36,34 +34,31 @@ std::vector<std::string> fields(const std::string& line, bool* unterminated)
             inField = true;
         }
     }
-    if (inField)
-        out.push_back(field);
+    if (inField) out.push_back(field);
     *unterminated = quoted;
     return out;
 }
 
-double valueAt(const Automation::Lane& lane, int64_t sample)
-{
+double valueAt(const Automation::Lane& lane, int64_t sample) {
     const auto& p = lane.points;
     auto next = std::upper_bound(p.begin(), p.end(), sample,
                                  [](int64_t s, const Automation::Point& point) { return s < point.sample; });
-    if (next == p.begin())
-        return lane.startValue;
-    if (next == p.end())
-        return p.back().value;
+    if (next == p.begin()) return lane.startValue;
+    if (next == p.end()) return p.back().value;
     const auto prev = next - 1;
-    const double t = static_cast<double>(sample - prev->sample) / static_cast<double>(next->sample - prev->sample);
+    const double t =
+        static_cast<double>(sample - prev->sample) / static_cast<double>(next->sample - prev->sample);
     return prev->value + (next->value - prev->value) * t;
 }
 
 } // namespace
 
-bool Automation::parseTime(const std::string& text, double sampleRate, int64_t* sample)
-{
+bool Automation::parseTime(const std::string& text, double sampleRate, int64_t* sample) {
     double scale = sampleRate;
     std::string number = text;
     auto strip = [&](const std::string& suffix, double factor) {
-        if (number.size() > suffix.size() && number.compare(number.size() - suffix.size(), suffix.size(), suffix) == 0) {
+        if (number.size() > suffix.size() &&
+            number.compare(number.size() - suffix.size(), suffix.size(), suffix) == 0) {
             number.resize(number.size() - suffix.size());
             scale = factor;
             return true;
@@ -72,22 +67,17 @@ bool Automation::parseTime(const std::string& text, double sampleRate, int64_t* 
     };
     strip("smp", 1.0) || strip("ms", sampleRate / 1000.0) || strip("s", sampleRate);
     double value = 0;
-    if (!parseNumber(number, &value) || value < 0)
-        return false;
+    if (!parseNumber(number, &value) || value < 0) return false;
     const double samples = value * scale;
-    if (scale == 1.0 && samples != std::floor(samples))
-        return false;
-    if (samples > 9.0e15)
-        return false;
+    if (scale == 1.0 && samples != std::floor(samples)) return false;
+    if (samples > 9.0e15) return false;
     *sample = static_cast<int64_t>(std::llround(samples));
     return true;
 }
 
-Automation Automation::load(const std::string& path, const Effect& effect, double sampleRate)
-{
+Automation Automation::load(const std::string& path, const Effect& effect, double sampleRate) {
     std::ifstream in(path);
-    if (!in)
-        throw UserError("cannot read automation file " + path);
+    if (!in) throw UserError("cannot read automation file " + path);
     Automation automation;
     std::string line;
     int lineNumber = 0;
@@ -95,17 +85,15 @@ Automation Automation::load(const std::string& path, const Effect& effect, doubl
         ++lineNumber;
         const std::string where = path + ":" + std::to_string(lineNumber) + ": ";
         const size_t hash = line.find('#');
-        if (hash != std::string::npos)
-            line.resize(hash);
+        if (hash != std::string::npos) line.resize(hash);
         bool unterminated = false;
         const std::vector<std::string> f = fields(line, &unterminated);
-        if (f.empty())
-            continue;
-        if (unterminated || f.size() != 3)
-            throw UserError(where + "expected TIME PARAMETER VALUE");
+        if (f.empty()) continue;
+        if (unterminated || f.size() != 3) throw UserError(where + "expected TIME PARAMETER VALUE");
         int64_t sample = 0;
         if (!parseTime(f[0], sampleRate, &sample))
-            throw UserError(where + "bad time '" + f[0] + "' (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
+            throw UserError(where + "bad time '" + f[0] +
+                            "' (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
         try {
             const Effect::Param& param = effect.findParam(f[1]);
             const double value = effect.parseValue(param, f[2]);
@@ -120,8 +108,7 @@ Automation Automation::load(const std::string& path, const Effect& effect, doubl
             throw UserError(where + error.what());
         }
     }
-    if (in.bad())
-        throw UserError("cannot read automation file " + path);
+    if (in.bad()) throw UserError("cannot read automation file " + path);
     for (Lane& lane : automation.laneList) {
         std::stable_sort(lane.points.begin(), lane.points.end(),
                          [](const Point& a, const Point& b) { return a.sample < b.sample; });
@@ -138,32 +125,25 @@ Automation Automation::load(const std::string& path, const Effect& effect, doubl
     return automation;
 }
 
-void Automation::setStartValues(const Effect& effect)
-{
-    for (Lane& lane : laneList)
-        lane.startValue = effect.parameterValue(lane.id);
+void Automation::setStartValues(const Effect& effect) {
+    for (Lane& lane : laneList) lane.startValue = effect.parameterValue(lane.id);
 }
 
-void Automation::schedule(int64_t start, int32_t length, ParameterChanges& changes) const
-{
+void Automation::schedule(int64_t start, int32_t length, ParameterChanges& changes) const {
     const int64_t last = start + length - 1;
     for (const Lane& lane : laneList) {
         const int64_t first = lane.points.front().sample;
         const int64_t end = lane.points.back().sample;
-        if (last < first - 1 || start > end)
-            continue;
+        if (last < first - 1 || start > end) continue;
         auto add = [&](int64_t sample, double value) {
             changes.addChange(lane.id, static_cast<int32_t>(sample - start), value);
         };
         // Hold the starting value up to the first point, so that it is a jump.
-        if (first - 1 >= start)
-            add(first - 1, lane.startValue);
+        if (first - 1 >= start) add(first - 1, lane.startValue);
         auto it = std::lower_bound(lane.points.begin(), lane.points.end(), start,
                                    [](const Point& point, int64_t s) { return point.sample < s; });
-        for (; it != lane.points.end() && it->sample <= last; ++it)
-            add(it->sample, it->value);
-        if (last >= first && last < end)
-            add(last, valueAt(lane, last));
+        for (; it != lane.points.end() && it->sample <= last; ++it) add(it->sample, it->value);
+        if (last >= first && last < end) add(last, valueAt(lane, last));
     }
 }
 

@@ -18,17 +18,19 @@ using namespace Plx;
 
 namespace {
 
-std::string modulePath(const Options& options) { return options.get("module", defaultModulePath()); }
+std::string modulePath(const Options& options) {
+    return options.get("module", defaultModulePath());
+}
 
-std::string field(const char* text, size_t size) { return std::string(text, strnlen(text, size)); }
+std::string field(const char* text, size_t size) {
+    return std::string(text, strnlen(text, size));
+}
 
 // Names of the layouts in `masks`, wrapped into lines under a heading.
-void printLayoutList(const char* heading, const std::vector<SpeakerArrangement>& masks)
-{
+void printLayoutList(const char* heading, const std::vector<SpeakerArrangement>& masks) {
     std::printf("%s", heading);
     size_t column = std::strlen(heading);
-    if (masks.empty())
-        std::printf(" none");
+    if (masks.empty()) std::printf(" none");
     for (size_t i = 0; i < masks.size(); ++i) {
         const std::string name = layoutName(masks[i]) + (i + 1 < masks.size() ? "," : "");
         if (column + name.size() + 1 > 100) {
@@ -43,8 +45,7 @@ void printLayoutList(const char* heading, const std::vector<SpeakerArrangement>&
 
 // The named layouts that the effect takes on one side while the other side
 // keeps its present arrangement.
-std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input)
-{
+std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input) {
     const SpeakerArrangement in = effect.inputArrangement();
     const SpeakerArrangement out = effect.outputArrangement();
     std::vector<SpeakerArrangement> accepted;
@@ -55,8 +56,7 @@ std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input)
     return accepted;
 }
 
-void describeEffect(ModuleSession& session, const std::string& name)
-{
+void describeEffect(ModuleSession& session, const std::string& name) {
     Effect effect(session, session.findEffect(name));
     auto title = [](const Effect::Param& param) {
         return param.info.flags & ParameterInfo::kIsReadOnly ? param.title + " (read-only)" : param.title;
@@ -65,7 +65,8 @@ void describeEffect(ModuleSession& session, const std::string& name)
     for (const Effect::Param& param : effect.params())
         width = std::max(width, static_cast<int>(title(param).size()));
     std::printf("%s\n\nParameters:\n", effect.name().c_str());
-    std::printf("  %5s  %-*s  %-5s  %-26s  %-8s  %s\n", "id", width, "title", "units", "range", "default", "text");
+    std::printf("  %5s  %-*s  %-5s  %-26s  %-8s  %s\n", "id", width, "title", "units", "range", "default",
+                "text");
     for (const Effect::Param& param : effect.params())
         std::printf("  %5u  %-*s  %-5s  %-26s  %-8.4f  %s\n", param.info.id, width, title(param).c_str(),
                     param.units.c_str(), effect.rangeText(param).c_str(), param.info.defaultNormalizedValue,
@@ -77,11 +78,9 @@ void describeEffect(ModuleSession& session, const std::string& name)
 
 // Output speaker labels, then one row per input speaker.
 void printMatrix(const std::vector<std::string>& rows, const std::vector<std::string>& columns,
-                 const std::vector<float>& gains)
-{
+                 const std::vector<float>& gains) {
     std::printf("%-6s", "");
-    for (const std::string& column : columns)
-        std::printf(" %7s", column.c_str());
+    for (const std::string& column : columns) std::printf(" %7s", column.c_str());
     std::printf("\n");
     for (size_t r = 0; r < rows.size(); ++r) {
         std::printf("%-6s", rows[r].c_str());
@@ -96,10 +95,8 @@ void printMatrix(const std::vector<std::string>& rows, const std::vector<std::st
     }
 }
 
-void checkMatrixSize(const Effect& effect, const std::vector<float>& gains, size_t rows, size_t columns)
-{
-    if (gains.empty())
-        throw UserError(effect.name() + " published no gain matrix");
+void checkMatrixSize(const Effect& effect, const std::vector<float>& gains, size_t rows, size_t columns) {
+    if (gains.empty()) throw UserError(effect.name() + " published no gain matrix");
     if (gains.size() != rows * columns)
         throw UserError(effect.name() + " published a gain matrix of " + std::to_string(gains.size()) +
                         " elements for " + std::to_string(rows) + " inputs and " + std::to_string(columns) +
@@ -109,8 +106,7 @@ void checkMatrixSize(const Effect& effect, const std::vector<float>& gains, size
 // The demo scene: every channel of a 7.1.4 bed beeps at its own pitch, as
 // many times as its position in the bed (L once, R twice, ...), so that
 // each one can be told apart by ear and on a meter. The LFE hums at 50 Hz.
-void writeDemoScene(const std::string& path, SpeakerArrangement layout, int rate, double seconds)
-{
+void writeDemoScene(const std::string& path, SpeakerArrangement layout, int rate, double seconds) {
     const int channels = channelsOf(layout);
     const std::vector<std::string> labels = speakerLabels(layout);
     const auto frames = static_cast<int64_t>(seconds * rate);
@@ -147,8 +143,7 @@ void writeDemoScene(const std::string& path, SpeakerArrangement layout, int rate
     writer.commit();
 }
 
-std::string fileWord(const std::string& text)
-{
+std::string fileWord(const std::string& text) {
     std::string out;
     for (unsigned char c : text)
         out += std::isalnum(c) || c == '.' ? static_cast<char>(std::tolower(c)) : '-';
@@ -156,16 +151,14 @@ std::string fileWord(const std::string& text)
 }
 
 // The word that names an effect in file names: "MixMorph V6" gives "mixmorph".
-std::string effectWord(const std::string& name)
-{
+std::string effectWord(const std::string& name) {
     size_t start = name.rfind("PLX ", 0) == 0 ? 4 : 0;
     return fileWord(name.substr(start, name.find(' ', start) - start));
 }
 
 } // namespace
 
-int listCommand(const std::vector<std::string>& args)
-{
+int listCommand(const std::vector<std::string>& args) {
     const Options options(args, {"module", "effect"}, {});
     ModuleSession session(modulePath(options));
     if (options.has("effect")) {
@@ -180,11 +173,10 @@ int listCommand(const std::vector<std::string>& args)
     return 0;
 }
 
-int renderCommand(const std::vector<std::string>& args)
-{
+int renderCommand(const std::vector<std::string>& args) {
     const Options options(args,
-                          {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation", "block",
-                           "state-in", "state-out"},
+                          {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation",
+                           "block", "state-in", "state-out"},
                           {"double", "quiet"});
     RenderRequest request;
     request.effect = options.require("effect");
@@ -208,8 +200,7 @@ int renderCommand(const std::vector<std::string>& args)
     return 0;
 }
 
-int matrixCommand(const std::vector<std::string>& args)
-{
+int matrixCommand(const std::vector<std::string>& args) {
     const Options options(args, {"module", "effect", "in-layout", "out-layout", "set", "svg"}, {});
     const std::string effectName = options.require("effect");
     const SpeakerArrangement in = layoutOption(options.require("in-layout"));
@@ -218,8 +209,7 @@ int matrixCommand(const std::vector<std::string>& args)
     Effect effect(session, session.findEffect(effectName));
     negotiate(effect, in, out);
     std::optional<PendingFile> svgFile;
-    if (options.has("svg"))
-        svgFile.emplace(options.get("svg"));
+    if (options.has("svg")) svgFile.emplace(options.get("svg"));
 
     // One block through the running effect, then one timer tick: the
     // processor publishes its matrix and sends it on idle.
@@ -235,27 +225,25 @@ int matrixCommand(const std::vector<std::string>& args)
     const std::vector<std::string> columns = speakerLabels(out);
     const std::vector<float>& gains = effect.gainMatrix();
     checkMatrixSize(effect, gains, rows.size(), columns.size());
-    std::printf("%s: %s -> %s (rows: inputs, columns: outputs)\n", effect.name().c_str(), layoutName(in).c_str(),
-                layoutName(out).c_str());
+    std::printf("%s: %s -> %s (rows: inputs, columns: outputs)\n", effect.name().c_str(),
+                layoutName(in).c_str(), layoutName(out).c_str());
     printMatrix(rows, columns, gains);
     if (svgFile) {
-        const std::string svg = matrixSvg(effect.name() + ": " + layoutName(in) + " to " + layoutName(out), rows,
-                                          columns, gains);
+        const std::string svg =
+            matrixSvg(effect.name() + ": " + layoutName(in) + " to " + layoutName(out), rows, columns, gains);
         svgFile->writeAll(std::vector<uint8_t>(svg.begin(), svg.end()));
         svgFile->commit();
     }
     return 0;
 }
 
-int demoCommand(const std::vector<std::string>& args)
-{
+int demoCommand(const std::vector<std::string>& args) {
     const Options options(args, {"module", "out"}, {"quiet"});
     const std::string dir = options.get("out", "demo-out");
     ModuleSession session(modulePath(options));
     std::error_code error;
     std::filesystem::create_directories(dir, error);
-    if (error)
-        throw UserError("cannot create " + dir + ": " + error.message());
+    if (error) throw UserError("cannot create " + dir + ": " + error.message());
 
     const SpeakerArrangement bed = 0x2D63F; // 7.1.4
     const int rate = 48000;
@@ -273,8 +261,8 @@ int demoCommand(const std::vector<std::string>& args)
             continue;
         }
         for (SpeakerArrangement target : {SpeakerArrangement{0x3F}, SpeakerArrangement{0x3}}) {
-            const std::string stem = dir + "/" + effectWord(effectClass.name) + "-7.1.4-to-" +
-                                     fileWord(layoutName(target));
+            const std::string stem =
+                dir + "/" + effectWord(effectClass.name) + "-7.1.4-to-" + fileWord(layoutName(target));
             RenderRequest request;
             request.effect = effectClass.name;
             request.input = scene;
@@ -287,8 +275,8 @@ int demoCommand(const std::vector<std::string>& args)
             try {
                 result = render(session, request);
             } catch (const UserError& skipped) {
-                std::printf("\n%s to %s: skipped (%s)\n", effectClass.name.c_str(), layoutName(target).c_str(),
-                            skipped.what());
+                std::printf("\n%s to %s: skipped (%s)\n", effectClass.name.c_str(),
+                            layoutName(target).c_str(), skipped.what());
                 continue;
             }
             ++rendered;
@@ -299,7 +287,8 @@ int demoCommand(const std::vector<std::string>& args)
             for (size_t c = 0; c < result.levels.size(); ++c) {
                 const ChannelLevel& level = result.levels[c];
                 const double rms = result.frames > 0 ? std::sqrt(level.sumSquares / result.frames) : 0.0;
-                std::printf("  %-8s %10s %10s\n", labels[c].c_str(), dbfs(level.peak).c_str(), dbfs(rms).c_str());
+                std::printf("  %-8s %10s %10s\n", labels[c].c_str(), dbfs(level.peak).c_str(),
+                            dbfs(rms).c_str());
             }
             const std::vector<std::string> rows = speakerLabels(result.in);
             if (result.matrix.size() == rows.size() * labels.size()) {
@@ -310,8 +299,7 @@ int demoCommand(const std::vector<std::string>& args)
             }
         }
     }
-    if (rendered == 0)
-        throw UserError("the module could create no effect to render the demo with");
+    if (rendered == 0) throw UserError("the module could create no effect to render the demo with");
     return 0;
 }
 

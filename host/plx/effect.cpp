@@ -25,24 +25,21 @@ constexpr const char* kProcessorCategory = "Audio Module Class";
 constexpr char kStateMagic[8] = {'P', 'L', 'X', 'S', 'T', 'A', 'T', 'E'};
 constexpr uint32_t kStateVersion = 1;
 
-std::string lower(std::string s)
-{
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+std::string lower(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
 }
 
 // Lower case, without spaces or punctuation: "Center Level" and "centerlevel" match.
-std::string squeeze(const std::string& s)
-{
+std::string squeeze(const std::string& s) {
     std::string out;
     for (unsigned char c : s)
-        if (std::isalnum(c))
-            out += static_cast<char>(std::tolower(c));
+        if (std::isalnum(c)) out += static_cast<char>(std::tolower(c));
     return out;
 }
 
-std::string narrow(const char16* text, size_t max)
-{
+std::string narrow(const char16* text, size_t max) {
     std::string out;
     for (size_t i = 0; i < max && text[i]; ++i) {
         uint32_t c = text[i];
@@ -68,18 +65,15 @@ std::string narrow(const char16* text, size_t max)
 }
 
 // The numbers users type are ASCII; other characters become '?'.
-std::u16string widen(const std::string& text)
-{
+std::u16string widen(const std::string& text) {
     std::u16string out;
-    for (unsigned char c : text)
-        out += c < 0x80 ? static_cast<char16>(c) : u'?';
+    for (unsigned char c : text) out += c < 0x80 ? static_cast<char16>(c) : u'?';
     return out;
 }
 
 // The leading number of a parameter's text ("-3.00 dB" gives -3); false when
 // it starts with none. "-inf" and "-oo" stand for a very low value.
-bool leadingNumber(const std::string& text, double* value)
-{
+bool leadingNumber(const std::string& text, double* value) {
     const std::string t = lower(text);
     if (t.rfind("-inf", 0) == 0 || t.rfind("-oo", 0) == 0) {
         *value = -HUGE_VAL;
@@ -87,104 +81,86 @@ bool leadingNumber(const std::string& text, double* value)
     }
     char* end = nullptr;
     const double v = std::strtod(text.c_str(), &end);
-    if (end == text.c_str())
-        return false;
+    if (end == text.c_str()) return false;
     *value = v;
     return true;
 }
 
-void putU32(std::vector<uint8_t>& out, uint32_t v)
-{
-    for (int i = 0; i < 4; ++i)
-        out.push_back(static_cast<uint8_t>(v >> (8 * i)));
+void putU32(std::vector<uint8_t>& out, uint32_t v) {
+    for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
 }
 
 } // namespace
 
-std::string defaultModulePath()
-{
+std::string defaultModulePath() {
     char path[PATH_MAX];
     const ssize_t n = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (n <= 0)
-        return "Tannhofen.plx";
+    if (n <= 0) return "Tannhofen.plx";
     path[n] = 0;
     std::string dir(path);
     dir = dir.substr(0, dir.rfind('/'));
     return dir + "/Tannhofen.plx";
 }
 
-ModuleSession::ModuleSession(const std::string& path)
-{
+ModuleSession::ModuleSession(const std::string& path) {
     struct stat info {};
     if (stat(path.c_str(), &info) != 0)
         throw UserError("module file " + path + " not found (build it, or pick one with --module)");
     std::string why;
     loaded = Module::load(path, &why);
-    if (!loaded)
-        throw UserError("cannot load module " + path + ": " + why);
-    if (!loaded->factory())
-        throw UserError("module " + path + " offers no class factory");
+    if (!loaded) throw UserError("cannot load module " + path + ": " + why);
+    if (!loaded->factory()) throw UserError("module " + path + " offers no class factory");
     hostApp = IPtr<HostApplication>::adopt(HostApplication::create());
 }
 
-std::vector<EffectClass> ModuleSession::effects() const
-{
+std::vector<EffectClass> ModuleSession::effects() const {
     std::vector<EffectClass> result;
     for (const ClassInfo2& info : classes()) {
-        if (std::strncmp(info.category, kProcessorCategory, sizeof info.category) != 0)
-            continue;
-        result.push_back({std::string(info.name, strnlen(info.name, sizeof info.name)),
-                          std::string(info.subCategories, strnlen(info.subCategories, sizeof info.subCategories)),
-                          FUID(info.cid)});
+        if (std::strncmp(info.category, kProcessorCategory, sizeof info.category) != 0) continue;
+        result.push_back(
+            {std::string(info.name, strnlen(info.name, sizeof info.name)),
+             std::string(info.subCategories, strnlen(info.subCategories, sizeof info.subCategories)),
+             FUID(info.cid)});
     }
     return result;
 }
 
-EffectClass ModuleSession::findEffect(const std::string& name) const
-{
+EffectClass ModuleSession::findEffect(const std::string& name) const {
     const std::vector<EffectClass> all = effects();
     const std::string key = lower(name);
     std::vector<const EffectClass*> byWord;
     for (const EffectClass& effect : all) {
-        if (lower(effect.name) == key)
-            return effect;
+        if (lower(effect.name) == key) return effect;
         const std::string words = lower(effect.name);
         size_t start = 0;
         while (start < words.size()) {
             size_t end = words.find(' ', start);
-            if (end == std::string::npos)
-                end = words.size();
-            if (words.substr(start, end - start) == key)
-                byWord.push_back(&effect);
+            if (end == std::string::npos) end = words.size();
+            if (words.substr(start, end - start) == key) byWord.push_back(&effect);
             start = end + 1;
         }
     }
-    if (byWord.size() == 1)
-        return *byWord.front();
+    if (byWord.size() == 1) return *byWord.front();
     std::string known;
-    for (const EffectClass& effect : all)
-        known += (known.empty() ? "" : ", ") + effect.name;
+    for (const EffectClass& effect : all) known += (known.empty() ? "" : ", ") + effect.name;
     throw UserError("unknown effect '" + name + "' (the module has: " + known + ")");
 }
 
 Effect::Effect(ModuleSession& session, const EffectClass& effectClass)
-    : session(session), effectClass(effectClass)
-{
+    : session(session), effectClass(effectClass) {
     std::string why;
-    plugin = Plugin::create(session.module().factory(), effectClass.cid, session.host(), &why,
-                            [this](IMessage* message, bool toController) { onMessage(message, toController); });
-    if (!plugin)
-        throw UserError("cannot create " + effectClass.name + ": " + why);
+    plugin =
+        Plugin::create(session.module().factory(), effectClass.cid, session.host(), &why,
+                       [this](IMessage* message, bool toController) { onMessage(message, toController); });
+    if (!plugin) throw UserError("cannot create " + effectClass.name + ": " + why);
     blockChanges = IPtr<ParameterChanges>::adopt(ParameterChanges::create());
     outputChanges = IPtr<ParameterChanges>::adopt(ParameterChanges::create());
 
     const int32 count = controller()->getParameterCount();
     for (int32 i = 0; i < count; ++i) {
         Param param{};
-        if (controller()->getParameterInfoByIndex(i, &param.info) != kResultOk)
-            continue;
-        if (param.info.flags & ParameterInfo::kIsHidden)
-            continue;
+        if (controller()->getParameterInfoByIndex(i, &param.info) != kResultOk) continue;
+        if (param.info.flags & ParameterInfo::kIsHidden) continue;
         param.title = narrow(param.info.title, 128);
         param.shortTitle = narrow(param.info.shortTitle, 128);
         param.units = narrow(param.info.units, 128);
@@ -192,17 +168,13 @@ Effect::Effect(ModuleSession& session, const EffectClass& effectClass)
     }
 }
 
-Effect::~Effect()
-{
-    if (plugin)
-        stop();
+Effect::~Effect() {
+    if (plugin) stop();
 }
 
-void Effect::onMessage(IMessage* message, bool toController)
-{
+void Effect::onMessage(IMessage* message, bool toController) {
     const char* id = message->getMessageID();
-    if (!toController || !id || std::strcmp(id, "gainMatrix") != 0)
-        return;
+    if (!toController || !id || std::strcmp(id, "gainMatrix") != 0) return;
     IPlxAttributes* attributes = message->getAttributes();
     int64 size = 0;
     const void* data = nullptr;
@@ -212,36 +184,29 @@ void Effect::onMessage(IMessage* message, bool toController)
         static_cast<uint64_t>(size) * sizeof(float) > bytes)
         return;
     lastGainMatrix.resize(static_cast<size_t>(size));
-    if (size > 0)
-        std::memcpy(lastGainMatrix.data(), data, static_cast<size_t>(size) * sizeof(float));
+    if (size > 0) std::memcpy(lastGainMatrix.data(), data, static_cast<size_t>(size) * sizeof(float));
 }
 
-const Effect::Param& Effect::findParam(const std::string& name) const
-{
+const Effect::Param& Effect::findParam(const std::string& name) const {
     double number = 0;
     if (parseNumber(name, &number)) {
         for (const Param& param : parameters)
-            if (static_cast<double>(param.info.id) == number)
-                return param;
+            if (static_cast<double>(param.info.id) == number) return param;
     }
     const std::string key = squeeze(name);
     for (const Param& param : parameters)
-        if (!key.empty() && (squeeze(param.title) == key || squeeze(param.shortTitle) == key))
-            return param;
+        if (!key.empty() && (squeeze(param.title) == key || squeeze(param.shortTitle) == key)) return param;
     throw UserError("unknown parameter '" + name + "' of " + effectClass.name + " (see: plx list --effect '" +
                     effectClass.name + "')");
 }
 
-std::string Effect::valueText(const Param& param, double normalized) const
-{
+std::string Effect::valueText(const Param& param, double normalized) const {
     char16 text[129] = {};
-    if (controller()->getParamStringByValue(param.info.id, normalized, text) != kResultOk)
-        return "";
+    if (controller()->getParamStringByValue(param.info.id, normalized, text) != kResultOk) return "";
     return narrow(text, 128);
 }
 
-std::string Effect::rangeText(const Param& param) const
-{
+std::string Effect::rangeText(const Param& param) const {
     const int32 steps = param.info.stepCount;
     if (steps > 0 && steps <= 16) {
         std::string text;
@@ -253,8 +218,7 @@ std::string Effect::rangeText(const Param& param) const
     return param.units.empty() ? text : text + " " + param.units;
 }
 
-double Effect::parseValue(const Param& param, const std::string& rawText) const
-{
+double Effect::parseValue(const Param& param, const std::string& rawText) const {
     const std::string what = "value '" + rawText + "' of " + param.title;
     std::string text = rawText;
     // Normalized: a number from 0 to 1 with a trailing "n".
@@ -270,8 +234,7 @@ double Effect::parseValue(const Param& param, const std::string& rawText) const
     if (!param.units.empty() && text.size() > param.units.size() &&
         lower(text.substr(text.size() - param.units.size())) == lower(param.units)) {
         text = text.substr(0, text.size() - param.units.size());
-        while (!text.empty() && text.back() == ' ')
-            text.pop_back();
+        while (!text.empty() && text.back() == ' ') text.pop_back();
     }
     const int32 steps = param.info.stepCount;
     if (steps > 0) {
@@ -286,8 +249,7 @@ double Effect::parseValue(const Param& param, const std::string& rawText) const
                 return normalized;
         }
         // On/off parameters also take 0 and 1, and On and Off whatever their text.
-        if (steps == 1 && numeric && (number == 0.0 || number == 1.0))
-            return number;
+        if (steps == 1 && numeric && (number == 0.0 || number == 1.0)) return number;
         if (steps == 1 && (lower(text) == "on" || lower(text) == "off"))
             return lower(text) == "on" ? 1.0 : 0.0;
         throw UserError(what + " is out of range: it takes " + rangeText(param));
@@ -302,25 +264,21 @@ double Effect::parseValue(const Param& param, const std::string& rawText) const
     double lo = 0, hi = 0;
     if (leadingNumber(valueText(param, 0.0), &lo) && leadingNumber(valueText(param, 1.0), &hi)) {
         // "-inf" is the bottom of a decibel range, however the text shows it.
-        if (plain == -HUGE_VAL)
-            return lo <= hi ? 0.0 : 1.0;
+        if (plain == -HUGE_VAL) return lo <= hi ? 0.0 : 1.0;
         const double tolerance = 1e-6 * std::max(1.0, std::fabs(hi - lo));
         if (plain < std::min(lo, hi) - tolerance || plain > std::max(lo, hi) + tolerance)
             throw UserError(what + " is out of range: it takes " + rangeText(param));
-        if (plain == std::min(lo, hi))
-            return lo <= hi ? 0.0 : 1.0;
+        if (plain == std::min(lo, hi)) return lo <= hi ? 0.0 : 1.0;
     }
     ParamValue normalized = 0;
     const std::u16string wide = widen(text);
     if (controller()->getParamValueByString(param.info.id, wide.c_str(), &normalized) != kResultOk)
         normalized = controller()->plainParamToNormalized(param.info.id, plain);
-    if (!std::isfinite(normalized))
-        throw UserError(what + " can't be converted");
+    if (!std::isfinite(normalized)) throw UserError(what + " can't be converted");
     return std::clamp(normalized, 0.0, 1.0);
 }
 
-std::vector<uint8_t> Effect::saveState() const
-{
+std::vector<uint8_t> Effect::saveState() const {
     IPtr<MemoryStream> processorState = IPtr<MemoryStream>::adopt(MemoryStream::create());
     IPtr<MemoryStream> controllerState = IPtr<MemoryStream>::adopt(MemoryStream::create());
     if (plugin->component()->getState(processorState.get()) != kResultOk)
@@ -338,12 +296,10 @@ std::vector<uint8_t> Effect::saveState() const
     return out;
 }
 
-void Effect::loadState(const std::vector<uint8_t>& bytes)
-{
+void Effect::loadState(const std::vector<uint8_t>& bytes) {
     size_t at = 0;
     auto take = [&](size_t n) {
-        if (bytes.size() - at < n)
-            throw UserError("the state file is truncated");
+        if (bytes.size() - at < n) throw UserError("the state file is truncated");
         const uint8_t* p = bytes.data() + at;
         at += n;
         return p;
@@ -355,8 +311,7 @@ void Effect::loadState(const std::vector<uint8_t>& bytes)
     if (bytes.size() < sizeof kStateMagic || std::memcmp(bytes.data(), kStateMagic, sizeof kStateMagic) != 0)
         throw UserError("not a plx state file");
     take(sizeof kStateMagic);
-    if (u32() != kStateVersion)
-        throw UserError("the state file has a version that this plx does not know");
+    if (u32() != kStateVersion) throw UserError("the state file has a version that this plx does not know");
     if (std::memcmp(take(16), effectClass.cid.toTUID().data(), 16) != 0)
         throw UserError("the state file belongs to another effect than " + effectClass.name);
     const uint32_t processorSize = u32();
@@ -377,34 +332,29 @@ void Effect::loadState(const std::vector<uint8_t>& bytes)
     }
 }
 
-bool Effect::setArrangements(SpeakerArrangement in, SpeakerArrangement out)
-{
+bool Effect::setArrangements(SpeakerArrangement in, SpeakerArrangement out) {
     return processor()->setBusArrangements(&in, 1, &out, 1) == kResultOk && inputArrangement() == in &&
            outputArrangement() == out;
 }
 
-SpeakerArrangement Effect::inputArrangement() const
-{
+SpeakerArrangement Effect::inputArrangement() const {
     SpeakerArrangement arr = 0;
     processor()->getBusArrangement(kInput, 0, &arr);
     return arr;
 }
 
-SpeakerArrangement Effect::outputArrangement() const
-{
+SpeakerArrangement Effect::outputArrangement() const {
     SpeakerArrangement arr = 0;
     processor()->getBusArrangement(kOutput, 0, &arr);
     return arr;
 }
 
-void Effect::setParameter(ParamID id, double normalized)
-{
+void Effect::setParameter(ParamID id, double normalized) {
     controller()->setParamNormalized(id, normalized);
     blockChanges->addChange(id, 0, normalized);
 }
 
-void Effect::flushParameters()
-{
+void Effect::flushParameters() {
     // Also without changes: the processor then takes up its present values
     // at once, and the first block doesn't ramp towards them.
     PlxProcessData data{};
@@ -415,19 +365,17 @@ void Effect::flushParameters()
     blockChanges->clear();
 }
 
-void Effect::requestGainMatrix()
-{
-    IPtr<IConnectionPoint> point = IPtr<IConnectionPoint>::adopt(queryInterfaceOf<IConnectionPoint>(processor()));
-    if (!point)
-        return;
+void Effect::requestGainMatrix() {
+    IPtr<IConnectionPoint> point =
+        IPtr<IConnectionPoint>::adopt(queryInterfaceOf<IConnectionPoint>(processor()));
+    if (!point) return;
     IPtr<HostMessage> message = IPtr<HostMessage>::adopt(HostMessage::create());
     message->setMessageID("enableDirectMonitoring");
     message->getAttributes()->setInt("enableDirectMonitoring", 1);
     point->notify(message.get());
 }
 
-void Effect::start(double sampleRate, int32_t maxBlock, bool doublePrecision)
-{
+void Effect::start(double sampleRate, int32_t maxBlock, bool doublePrecision) {
     if (doublePrecision && processor()->canProcessSampleSize(kSample64) != kResultOk)
         throw UserError(effectClass.name + " can't process 64-bit samples");
     rate = sampleRate;
@@ -459,18 +407,14 @@ void Effect::start(double sampleRate, int32_t maxBlock, bool doublePrecision)
     position = 0;
 }
 
-void Effect::stop()
-{
-    if (processing)
-        processor()->setProcessing(false);
+void Effect::stop() {
+    if (processing) processor()->setProcessing(false);
     processing = false;
-    if (active)
-        plugin->component()->setActive(false);
+    if (active) plugin->component()->setActive(false);
     active = false;
 }
 
-void Effect::process(int32_t numSamples)
-{
+void Effect::process(int32_t numSamples) {
     PlxAudioBuffers inBus{};
     PlxAudioBuffers outBus{};
     inBus.numChannels = inputChannels();
@@ -502,7 +446,8 @@ void Effect::process(int32_t numSamples)
     blockChanges->clear();
     outputChanges->clear();
     if (result != kResultOk)
-        throw UserError(effectClass.name + " failed to process a block at sample " + std::to_string(position));
+        throw UserError(effectClass.name + " failed to process a block at sample " +
+                        std::to_string(position));
     position += numSamples;
 }
 

@@ -24,7 +24,7 @@ namespace Tannhofen::Host::Cli {
 std::string defaultModulePath();
 
 struct EffectClass {
-    std::string name;  // the class name, e.g. "MixMorph V6"
+    std::string name; // the class name, e.g. "MixMorph V6"
     std::string subCategories;
     Plx::FUID cid;
 };

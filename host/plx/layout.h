@@ -28,7 +28,9 @@ std::string layoutName(SpeakerArrangement mask);
 std::string hexMask(SpeakerArrangement mask);
 // Speaker label of each channel, in bus order (ascending bits).
 std::vector<std::string> speakerLabels(SpeakerArrangement mask);
-inline int channelsOf(SpeakerArrangement mask) { return Plx::getChannelCount(mask); }
+inline int channelsOf(SpeakerArrangement mask) {
+    return Plx::getChannelCount(mask);
+}
 
 // The layout that a file of `channels` channels most likely carries, when
 // nothing else tells; empty when there is no usual one.

@@ -31,8 +31,7 @@ const char* const kUsage =
 
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     using namespace Tannhofen::Host::Cli;
     std::vector<std::string> args(argv + 1, argv + argc);
     // --module may come before the command as well as among its options.
@@ -53,14 +52,10 @@ int main(int argc, char** argv)
     std::vector<std::string> options(args.begin() + 1, args.end());
     options.insert(options.begin(), moduleOption.begin(), moduleOption.end());
     try {
-        if (command == "list")
-            return listCommand(options);
-        if (command == "render")
-            return renderCommand(options);
-        if (command == "matrix")
-            return matrixCommand(options);
-        if (command == "demo")
-            return demoCommand(options);
+        if (command == "list") return listCommand(options);
+        if (command == "render") return renderCommand(options);
+        if (command == "matrix") return matrixCommand(options);
+        if (command == "demo") return demoCommand(options);
         throw UserError("unknown command '" + command + "' (try: plx help)");
     } catch (const UserError& error) {
         std::fflush(stdout);

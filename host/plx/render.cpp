@@ -16,18 +16,13 @@ namespace {
 class Progress {
 public:
     Progress(int64_t total, bool quiet) : total(total), quiet(quiet), begin(Clock::now()) {}
-    ~Progress()
-    {
-        if (shown)
-            std::fputc('\n', stderr);
+    ~Progress() {
+        if (shown) std::fputc('\n', stderr);
     }
-    void update(int64_t done)
-    {
-        if (quiet || total <= 0)
-            return;
+    void update(int64_t done) {
+        if (quiet || total <= 0) return;
         const auto now = Clock::now();
-        if (now - begin < std::chrono::seconds(1) || now - last < std::chrono::milliseconds(100))
-            return;
+        if (now - begin < std::chrono::seconds(1) || now - last < std::chrono::milliseconds(100)) return;
         last = now;
         shown = true;
         const double fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
@@ -37,7 +32,8 @@ public:
         std::string bar(static_cast<size_t>(filled), '#');
         bar.resize(width, '.');
         const double eta = fraction > 0 ? elapsed * (1 - fraction) / fraction : 0.0;
-        std::fprintf(stderr, "\r[%s] %3d%%  %.0f s left ", bar.c_str(), static_cast<int>(fraction * 100), eta);
+        std::fprintf(stderr, "\r[%s] %3d%%  %.0f s left ", bar.c_str(), static_cast<int>(fraction * 100),
+                     eta);
         std::fflush(stderr);
     }
 
@@ -51,8 +47,7 @@ private:
 };
 
 template <class T>
-T* inputBuffer(Effect& effect, int channel)
-{
+T* inputBuffer(Effect& effect, int channel) {
     if constexpr (sizeof(T) == sizeof(float))
         return effect.input32(channel);
     else
@@ -60,8 +55,7 @@ T* inputBuffer(Effect& effect, int channel)
 }
 
 template <class T>
-T* outputBuffer(Effect& effect, int channel)
-{
+T* outputBuffer(Effect& effect, int channel) {
     if constexpr (sizeof(T) == sizeof(float))
         return effect.output32(channel);
     else
@@ -73,9 +67,8 @@ T* outputBuffer(Effect& effect, int channel)
 // of silence are fed after the input, so that output sample n belongs to
 // input sample n and both have the same length.
 template <class T>
-void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Automation* automation, int32_t block,
-            RenderResult& result, Progress& progress)
-{
+void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Automation* automation,
+            int32_t block, RenderResult& result, Progress& progress) {
     const int ins = effect.inputChannels();
     const int outs = effect.outputChannels();
     const int64_t total = reader.frames();
@@ -93,17 +86,14 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
         int64_t got = 0;
         if (!inputDone) {
             got = reader.read(inFrames.data(), length);
-            if (got < length)
-                inputDone = true;
+            if (got < length) inputDone = true;
         }
         for (int c = 0; c < ins; ++c) {
             T* channel = inputBuffer<T>(effect, c);
-            for (int64_t i = 0; i < got; ++i)
-                channel[i] = inFrames[static_cast<size_t>(i * ins + c)];
+            for (int64_t i = 0; i < got; ++i) channel[i] = inFrames[static_cast<size_t>(i * ins + c)];
             std::fill(channel + got, channel + length, T(0));
         }
-        if (automation)
-            automation->schedule(processed, length, effect.changes());
+        if (automation) automation->schedule(processed, length, effect.changes());
         effect.process(length);
 
         const int64_t skip = std::max<int64_t>(0, std::min<int64_t>(length, latency - processed));
@@ -118,8 +108,7 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
                 level.sumSquares += static_cast<double>(v) * static_cast<double>(v);
             }
         }
-        if (count > 0)
-            writer.write(outFrames.data(), count);
+        if (count > 0) writer.write(outFrames.data(), count);
         processed += length;
         written += count;
         sinceIdle += length;
@@ -128,8 +117,7 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
             sinceIdle = 0;
         }
         progress.update(written);
-        if (length <= 0)
-            break;
+        if (length <= 0) break;
     }
     effect.idle();
     result.frames = written;
@@ -137,29 +125,25 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
 
 } // namespace
 
-std::string dbfs(double level)
-{
-    if (level <= 0.0)
-        return "-inf";
+std::string dbfs(double level) {
+    if (level <= 0.0) return "-inf";
     char text[32];
     std::snprintf(text, sizeof text, "%.1f", 20.0 * std::log10(level));
     return text;
 }
 
-SpeakerArrangement layoutOption(const std::string& text)
-{
+SpeakerArrangement layoutOption(const std::string& text) {
     const auto mask = parseLayout(text);
     if (!mask)
-        throw UserError("unknown layout '" + text +
-                        "' (use a name such as Stereo, 5.1, 7.1.4, 1st Order Ambisonics, or a hex mask such as 0x3F)");
+        throw UserError(
+            "unknown layout '" + text +
+            "' (use a name such as Stereo, 5.1, 7.1.4, 1st Order Ambisonics, or a hex mask such as 0x3F)");
     return *mask;
 }
 
-void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArrangement> out)
-{
+void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArrangement> out) {
     const SpeakerArrangement wantedOut = out ? *out : effect.outputArrangement();
-    if (effect.setArrangements(in, wantedOut))
-        return;
+    if (effect.setArrangements(in, wantedOut)) return;
     if (effect.inputArrangement() != in)
         throw UserError(effect.name() + " does not take " + layoutName(in) + " as input (it offers " +
                         layoutName(effect.inputArrangement()) + ")");
@@ -168,20 +152,17 @@ void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArran
                         " (it offers " + layoutName(effect.outputArrangement()) + ")");
 }
 
-void applySettings(Effect& effect, const std::vector<std::string>& sets)
-{
+void applySettings(Effect& effect, const std::vector<std::string>& sets) {
     for (const std::string& set : sets) {
         const size_t eq = set.find('=');
-        if (eq == std::string::npos || eq == 0)
-            throw UserError("--set takes PARAM=VALUE, not '" + set + "'");
+        if (eq == std::string::npos || eq == 0) throw UserError("--set takes PARAM=VALUE, not '" + set + "'");
         const Effect::Param& param = effect.findParam(set.substr(0, eq));
         effect.setParameter(param.info.id, effect.parseValue(param, set.substr(eq + 1)));
     }
     effect.flushParameters();
 }
 
-RenderResult render(ModuleSession& session, const RenderRequest& request)
-{
+RenderResult render(ModuleSession& session, const RenderRequest& request) {
     // What can be checked without the effect comes first.
     const EffectClass effectClass = session.findEffect(request.effect);
     SoundReader reader(request.input);
@@ -194,15 +175,14 @@ RenderResult render(ModuleSession& session, const RenderRequest& request)
     } else if (auto usual = defaultLayoutForChannels(reader.channels())) {
         in = *usual;
     } else {
-        throw UserError("can't tell the layout of the " + std::to_string(reader.channels()) + " channels in " +
-                        request.input + "; name it with --in-layout");
+        throw UserError("can't tell the layout of the " + std::to_string(reader.channels()) +
+                        " channels in " + request.input + "; name it with --in-layout");
     }
     if (channelsOf(in) != reader.channels())
         throw UserError(request.input + " has " + std::to_string(reader.channels()) + " channels, but " +
                         layoutName(in) + " has " + std::to_string(channelsOf(in)));
     std::optional<SpeakerArrangement> out;
-    if (!request.outLayout.empty())
-        out = layoutOption(request.outLayout);
+    if (!request.outLayout.empty()) out = layoutOption(request.outLayout);
 
     PendingFile{request.output}; // fails now when the output can't be written
 
@@ -223,8 +203,9 @@ RenderResult render(ModuleSession& session, const RenderRequest& request)
         negotiate(effect, in, out);
         effect.loadState(state);
         if (effect.outputArrangement() != *out || effect.inputArrangement() != in)
-            throw UserError("the state in " + request.stateIn + " sets up " + layoutName(effect.inputArrangement()) +
-                            " -> " + layoutName(effect.outputArrangement()) + ", not " + layoutName(in) + " -> " +
+            throw UserError("the state in " + request.stateIn + " sets up " +
+                            layoutName(effect.inputArrangement()) + " -> " +
+                            layoutName(effect.outputArrangement()) + ", not " + layoutName(in) + " -> " +
                             layoutName(*out));
     }
 
@@ -233,20 +214,18 @@ RenderResult render(ModuleSession& session, const RenderRequest& request)
         automation = Automation::load(request.automation, effect, reader.sampleRate());
     // Open the outputs first: an unwritable one fails before any work.
     std::optional<PendingFile> state;
-    if (!request.stateOut.empty())
-        state.emplace(request.stateOut);
+    if (!request.stateOut.empty()) state.emplace(request.stateOut);
     RenderResult result;
     result.in = effect.inputArrangement();
     result.out = effect.outputArrangement();
     result.sampleRate = reader.sampleRate();
-    SoundWriter writer(request.output, result.out, reader.sampleRate(), request.doublePrecision, reader.frames());
+    SoundWriter writer(request.output, result.out, reader.sampleRate(), request.doublePrecision,
+                       reader.frames());
 
-    if (request.captureMatrix)
-        effect.requestGainMatrix();
+    if (request.captureMatrix) effect.requestGainMatrix();
     effect.start(reader.sampleRate(), request.block, request.doublePrecision);
     applySettings(effect, request.sets);
-    if (automation)
-        automation->setStartValues(effect);
+    if (automation) automation->setStartValues(effect);
     result.latency = effect.latency();
 
     Progress progress(reader.frames(), request.quiet);
@@ -258,11 +237,9 @@ RenderResult render(ModuleSession& session, const RenderRequest& request)
     effect.stop();
     result.matrix = effect.gainMatrix();
 
-    if (state)
-        state->writeAll(effect.saveState());
+    if (state) state->writeAll(effect.saveState());
     writer.commit();
-    if (state)
-        state->commit();
+    if (state) state->commit();
     return result;
 }
 

@@ -14,8 +14,8 @@ struct RenderRequest {
     std::string effect;
     std::string input;
     std::string output;
-    std::string inLayout;  // empty: from the file
-    std::string outLayout; // empty: the effect's choice
+    std::string inLayout;          // empty: from the file
+    std::string outLayout;         // empty: the effect's choice
     std::vector<std::string> sets; // "PARAM=VALUE"
     std::string automation;
     int32_t block = 1024;

@@ -8,8 +8,7 @@ namespace Tannhofen::Host::Cli {
 
 namespace {
 
-std::string escape(const std::string& text)
-{
+std::string escape(const std::string& text) {
     std::string out;
     for (char c : text) {
         switch (c) {
@@ -23,16 +22,14 @@ std::string escape(const std::string& text)
     return out;
 }
 
-std::string format(const char* pattern, double a, double b = 0, double c = 0, double d = 0)
-{
+std::string format(const char* pattern, double a, double b = 0, double c = 0, double d = 0) {
     char text[256];
     std::snprintf(text, sizeof text, pattern, a, b, c, d);
     return text;
 }
 
 // White for silence through orange to deep red for the largest gain.
-std::string shade(double fraction)
-{
+std::string shade(double fraction) {
     fraction = std::clamp(fraction, 0.0, 1.0);
     const int r = static_cast<int>(255 - 80 * fraction);
     const int g = static_cast<int>(255 - 235 * fraction);
@@ -45,14 +42,12 @@ std::string shade(double fraction)
 } // namespace
 
 std::string matrixSvg(const std::string& title, const std::vector<std::string>& rows,
-                      const std::vector<std::string>& columns, const std::vector<float>& gains)
-{
+                      const std::vector<std::string>& columns, const std::vector<float>& gains) {
     const double cell = 56, left = 70, top = 76;
     const double width = left + cell * static_cast<double>(columns.size()) + 20;
     const double height = top + cell * static_cast<double>(rows.size()) + 20;
     float largest = 0;
-    for (float g : gains)
-        largest = std::max(largest, std::fabs(g));
+    for (float g : gains) largest = std::max(largest, std::fabs(g));
     std::string svg = format("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
                              "font-family=\"sans-serif\" font-size=\"12\">\n",
                              width, height);
@@ -61,19 +56,21 @@ std::string matrixSvg(const std::string& title, const std::vector<std::string>& 
     svg += format("<text x=\"%.0f\" y=\"44\" fill=\"#555\">outputs</text>\n", left);
     svg += format("<text x=\"10\" y=\"%.0f\" fill=\"#555\">inputs</text>\n", top - 8);
     for (size_t c = 0; c < columns.size(); ++c)
-        svg += format("<text x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\">", left + cell * (c + 0.5), top - 8) +
-               escape(columns[c]) + "</text>\n";
+        svg +=
+            format("<text x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\">", left + cell * (c + 0.5), top - 8) +
+            escape(columns[c]) + "</text>\n";
     for (size_t r = 0; r < rows.size(); ++r) {
-        svg += format("<text x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">", left - 8, top + cell * (r + 0.5) + 4) +
-               escape(rows[r]) + "</text>\n";
+        svg +=
+            format("<text x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">", left - 8, top + cell * (r + 0.5) + 4) +
+            escape(rows[r]) + "</text>\n";
         for (size_t c = 0; c < columns.size(); ++c) {
             const size_t index = r * columns.size() + c;
             const double g = index < gains.size() ? gains[index] : 0.0;
             const double fraction = largest > 0 ? std::fabs(g) / largest : 0.0;
             svg += format("<rect x=\"%.1f\" y=\"%.1f\" width=\"%.0f\" height=\"%.0f\" stroke=\"#ccc\" ",
                           left + cell * c, top + cell * r, cell, cell) +
-                   "fill=\"" + shade(fraction) + "\"><title>" + escape(rows[r]) + " to " + escape(columns[c]) +
-                   format(": %.4f</title></rect>\n", g);
+                   "fill=\"" + shade(fraction) + "\"><title>" + escape(rows[r]) + " to " +
+                   escape(columns[c]) + format(": %.4f</title></rect>\n", g);
             if (g != 0.0)
                 svg += format("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\" font-size=\"11\" ",
                               left + cell * (c + 0.5), top + cell * (r + 0.5) + 4) +

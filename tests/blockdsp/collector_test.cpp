@@ -14,33 +14,30 @@ namespace Audio = Tannhofen::DSP::Audio;
 namespace {
 
 // Host block lengths: single frames, primes, exact and multiple blocks, zero.
-const std::vector<uint32_t> kHostBlocks = {1, 2, 3, 5, 7, 0, 13, 64, 64, 1, 63, 128, 200, 31, 97, 256, 11, 0, 199, 64};
+const std::vector<uint32_t> kHostBlocks = {1,  2,   3,   5,  7,  0,   13, 64, 64,  1,
+                                           63, 128, 200, 31, 97, 256, 11, 0,  199, 64};
 constexpr uint32_t kBlock = 64;
 
-template <class T> std::vector<std::vector<T>> randomSignal(uint32_t channels, size_t length, unsigned seed)
-{
+template <class T>
+std::vector<std::vector<T>> randomSignal(uint32_t channels, size_t length, unsigned seed) {
     std::vector<std::vector<T>> x;
-    for (uint32_t ch = 0; ch < channels; ++ch)
-        x.push_back(randomVector<T>(length, seed + 100 * ch));
+    for (uint32_t ch = 0; ch < channels; ++ch) x.push_back(randomVector<T>(length, seed + 100 * ch));
     return x;
 }
 
 // Feeds `x` through `process` in the host blocks above; returns what came out.
 template <class T, class Fn>
-std::vector<std::vector<T>> runHost(const std::vector<std::vector<T>>& x, uint32_t outChannels, Fn&& process)
-{
+std::vector<std::vector<T>> runHost(const std::vector<std::vector<T>>& x, uint32_t outChannels,
+                                    Fn&& process) {
     const size_t length = x[0].size();
     std::vector<std::vector<T>> y(outChannels);
-    for (auto& ch : y)
-        ch.assign(length, T(99));
+    for (auto& ch : y) ch.assign(length, T(99));
     std::vector<T*> in(x.size()), out(outChannels + 1);
     size_t pos = 0;
     for (size_t b = 0; pos < length; ++b) {
         const uint32_t n = uint32_t(std::min<size_t>(kHostBlocks[b % kHostBlocks.size()], length - pos));
-        for (size_t ch = 0; ch < x.size(); ++ch)
-            in[ch] = const_cast<T*>(x[ch].data()) + pos;
-        for (size_t ch = 0; ch < outChannels; ++ch)
-            out[ch] = y[ch].data() + pos;
+        for (size_t ch = 0; ch < x.size(); ++ch) in[ch] = const_cast<T*>(x[ch].data()) + pos;
+        for (size_t ch = 0; ch < outChannels; ++ch) out[ch] = y[ch].data() + pos;
         process(in.data(), out.data(), n);
         pos += n;
     }
@@ -48,22 +45,21 @@ std::vector<std::vector<T>> runHost(const std::vector<std::vector<T>>& x, uint32
 }
 
 // Copies each block through, and counts blocks.
-template <class T> class Through : public Audio::SampleCollector<T> {
+template <class T>
+class Through : public Audio::SampleCollector<T> {
 public:
-    void processBlock(T** in, T** out, uint32_t n) override
-    {
+    void processBlock(T** in, T** out, uint32_t n) override {
         ++blocks;
-        for (uint32_t ch = 0; ch < this->channels; ++ch)
-            std::copy(in[ch], in[ch] + n, out[ch]);
+        for (uint32_t ch = 0; ch < this->channels; ++ch) std::copy(in[ch], in[ch] + n, out[ch]);
     }
     int blocks = 0;
 };
 
 // One input, two outputs: the input and its negative doubled.
-template <class T> class Splitter : public Audio::SampleCollector2<T> {
+template <class T>
+class Splitter : public Audio::SampleCollector2<T> {
 public:
-    void processBlock(T** in, T** out) override
-    {
+    void processBlock(T** in, T** out) override {
         for (uint32_t i = 0; i < this->collectBlockSize; ++i) {
             out[0][i] = in[0][i];
             out[1][i] = T(-2) * in[0][i];
@@ -72,21 +68,19 @@ public:
 };
 
 // Records the frames it is given and leaves them as they are.
-template <class T> class FrameRecorder : public Audio::Ols<T> {
+template <class T>
+class FrameRecorder : public Audio::Ols<T> {
 public:
-    void processFrame(T** f, uint32_t n) override
-    {
-        recorded.emplace_back(f[0], f[0] + n);
-    }
+    void processFrame(T** f, uint32_t n) override { recorded.emplace_back(f[0], f[0] + n); }
     std::vector<std::vector<T>> recorded;
 };
 
-template <class T> class CollectorTest : public ::testing::Test {};
+template <class T>
+class CollectorTest : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CollectorTest, SampleTypes);
 
-TYPED_TEST(CollectorTest, AnyHostBlockSequenceDelaysByExactlyOneBlock)
-{
+TYPED_TEST(CollectorTest, AnyHostBlockSequenceDelaysByExactlyOneBlock) {
     using T = TypeParam;
     const auto x = randomSignal<T>(2, 3000, 1);
 
@@ -119,8 +113,7 @@ TYPED_TEST(CollectorTest, AnyHostBlockSequenceDelaysByExactlyOneBlock)
     EXPECT_EQ(split.release(), 1);
 }
 
-TYPED_TEST(CollectorTest, BlockBoundaryIsProcessedInTheCallThatCompletesIt)
-{
+TYPED_TEST(CollectorTest, BlockBoundaryIsProcessedInTheCallThatCompletesIt) {
     using T = TypeParam;
     Through<T> c;
     c.setChannels(1, 1);
@@ -128,8 +121,7 @@ TYPED_TEST(CollectorTest, BlockBoundaryIsProcessedInTheCallThatCompletesIt)
     c.init();
     c.reset();
     std::vector<T> in(40), out(40, T(-1));
-    for (size_t i = 0; i < in.size(); ++i)
-        in[i] = T(i + 1);
+    for (size_t i = 0; i < in.size(); ++i) in[i] = T(i + 1);
     // Runs frames [from, from + n); the caller's pointer arrays are never written.
     const auto run = [&](size_t from, uint32_t n) {
         T* pin = in.data() + from;
@@ -150,12 +142,10 @@ TYPED_TEST(CollectorTest, BlockBoundaryIsProcessedInTheCallThatCompletesIt)
     // Stopping the stream clears the memory: the next block out is silence.
     c.setActive(false);
     run(32, 8);
-    for (int i = 0; i < 40; ++i)
-        EXPECT_EQ(out[i], i < 8 || i >= 32 ? T(0) : T(i - 7)) << i;
+    for (int i = 0; i < 40; ++i) EXPECT_EQ(out[i], i < 8 || i >= 32 ? T(0) : T(i - 7)) << i;
 }
 
-TYPED_TEST(CollectorTest, ChannelCountsAndBadInput)
-{
+TYPED_TEST(CollectorTest, ChannelCountsAndBadInput) {
     using T = TypeParam;
     Through<T> c;
     EXPECT_EQ(c.setChannels(2, 2), 0);
@@ -190,8 +180,7 @@ TYPED_TEST(CollectorTest, ChannelCountsAndBadInput)
 
 // An analysis-only collector sees each complete input block, in order, and
 // never an output side.
-TYPED_TEST(CollectorTest, InputOnlyCollectionSeesEveryBlock)
-{
+TYPED_TEST(CollectorTest, InputOnlyCollectionSeesEveryBlock) {
     using T = TypeParam;
     struct Analyser : Audio::SampleCollector2<T> {
         void processBlock(T**, T**) override { FAIL(); }
@@ -204,12 +193,10 @@ TYPED_TEST(CollectorTest, InputOnlyCollectionSeesEveryBlock)
     const auto x = randomSignal<T>(1, 1000, 2);
     runHost<T>(x, 0, [&](T** in, T**, uint32_t n) { analyser.collectInput(in, n); });
     ASSERT_EQ(analyser.seen.size(), 1000u);
-    for (size_t i = 0; i < 1000; ++i)
-        ASSERT_EQ(analyser.seen[i], x[0][i]);
+    for (size_t i = 0; i < 1000; ++i) ASSERT_EQ(analyser.seen[i], x[0][i]);
 }
 
-TYPED_TEST(CollectorTest, OverlapSaveFramesAndPassThrough)
-{
+TYPED_TEST(CollectorTest, OverlapSaveFramesAndPassThrough) {
     using T = TypeParam;
     FrameRecorder<T> ols;
     ols.setChannels(1, 1);
@@ -224,8 +211,7 @@ TYPED_TEST(CollectorTest, OverlapSaveFramesAndPassThrough)
     // With frames left as they are, the output is the input one hop later.
     const auto x = randomSignal<T>(1, 5000, 3);
     auto y = runHost<T>(x, 1, [&](T** in, T** out, uint32_t n) { ols.process(in, out, n); });
-    for (size_t i = 0; i < 5000; ++i)
-        ASSERT_EQ(y[0][i], i < 512 ? T(0) : x[0][i - 512]) << i;
+    for (size_t i = 0; i < 5000; ++i) ASSERT_EQ(y[0][i], i < 512 ? T(0) : x[0][i - 512]) << i;
 
     // Each frame is the previous overlap followed by the new hop.
     ASSERT_EQ(ols.recorded.size(), 5000u / 512);
@@ -244,8 +230,7 @@ TYPED_TEST(CollectorTest, OverlapSaveFramesAndPassThrough)
     ols.recorded.clear();
     y = runHost<T>(x, 1, [&](T** in, T** out, uint32_t n) { ols.process(in, out, n); });
     EXPECT_TRUE(ols.recorded.empty());
-    for (size_t i = 0; i < 5000; ++i)
-        ASSERT_EQ(y[0][i], i < 512 ? T(0) : x[0][i - 512]) << i;
+    for (size_t i = 0; i < 5000; ++i) ASSERT_EQ(y[0][i], i < 512 ? T(0) : x[0][i - 512]) << i;
 
     EXPECT_EQ(ols.release(), 0);
     EXPECT_TRUE(ols.olsReleased);

@@ -17,18 +17,26 @@ namespace Filter = Tannhofen::DSP::Tool::Filter;
 
 namespace {
 
-template <class T> double tolerance();
-template <> double tolerance<float>() { return 1e-5; }
-template <> double tolerance<double>() { return 1e-12; }
+template <class T>
+double tolerance();
+template <>
+double tolerance<float>() {
+    return 1e-5;
+}
+template <>
+double tolerance<double>() {
+    return 1e-12;
+}
 
-template <class T> class FftFilterTest : public ::testing::Test {};
+template <class T>
+class FftFilterTest : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(FftFilterTest, SampleTypes);
 
-TYPED_TEST(FftFilterTest, TransformLengthsScalingAndBinOrder)
-{
+TYPED_TEST(FftFilterTest, TransformLengthsScalingAndBinOrder) {
     using T = TypeParam;
-    for (auto [in, out] : {std::pair{0u, 1u}, {1u, 1u}, {3u, 4u}, {1000u, 1024u}, {1024u, 1024u}, {1025u, 2048u}})
+    for (auto [in, out] :
+         {std::pair{0u, 1u}, {1u, 1u}, {3u, 4u}, {1000u, 1024u}, {1024u, 1024u}, {1025u, 2048u}})
         EXPECT_EQ(Transform::roundTransformLength(in), out) << in;
 
     Transform::FFTComplex<T> fwd;
@@ -66,8 +74,8 @@ TYPED_TEST(FftFilterTest, TransformLengthsScalingAndBinOrder)
 
 // Runs the channels of `x` through a filter set up the owner's way, in irregular host blocks.
 template <class T>
-std::vector<std::vector<T>> filterSignal(Filter::FIRFFTFilter<T>& f, const std::vector<std::vector<T>>& x, uint32_t maxBlock)
-{
+std::vector<std::vector<T>> filterSignal(Filter::FIRFFTFilter<T>& f, const std::vector<std::vector<T>>& x,
+                                         uint32_t maxBlock) {
     std::vector<std::vector<T>> y(x.size(), std::vector<T>(x[0].size(), T(99)));
     std::vector<T*> in(x.size()), out(x.size());
     std::mt19937 rng(7);
@@ -84,17 +92,15 @@ std::vector<std::vector<T>> filterSignal(Filter::FIRFFTFilter<T>& f, const std::
     return y;
 }
 
-template <class T> std::vector<double> convolve(const std::vector<T>& x, const std::vector<T>& h)
-{
+template <class T>
+std::vector<double> convolve(const std::vector<T>& x, const std::vector<T>& h) {
     std::vector<double> y(x.size(), 0.0);
     for (size_t i = 0; i < x.size(); ++i)
-        for (size_t k = 0; k < h.size() && k <= i; ++k)
-            y[i] += double(h[k]) * double(x[i - k]);
+        for (size_t k = 0; k < h.size() && k <= i; ++k) y[i] += double(h[k]) * double(x[i - k]);
     return y;
 }
 
-TYPED_TEST(FftFilterTest, EqualsDirectConvolutionDelayedByOneBlock)
-{
+TYPED_TEST(FftFilterTest, EqualsDirectConvolutionDelayedByOneBlock) {
     using T = TypeParam;
     // Two channels share one spectrum of the impulse.
     const std::vector<std::vector<T>> x = {randomVector<T>(6000, 11), randomVector<T>(6000, 12)};
@@ -129,8 +135,7 @@ TYPED_TEST(FftFilterTest, EqualsDirectConvolutionDelayedByOneBlock)
     }
 }
 
-TYPED_TEST(FftFilterTest, UnitImpulsePassThroughAndSilence)
-{
+TYPED_TEST(FftFilterTest, UnitImpulsePassThroughAndSilence) {
     using T = TypeParam;
     const auto x = randomVector<T>(3000, 21);
     const auto run = [&](Filter::FIRFFTFilter<T>& f) { return filterSignal(f, {x}, 300)[0]; };
@@ -143,8 +148,7 @@ TYPED_TEST(FftFilterTest, UnitImpulsePassThroughAndSilence)
 
     // A zeroed impulse (never loaded) is silent.
     auto y = run(f);
-    for (T v : y)
-        ASSERT_EQ(v, T(0));
+    for (T v : y) ASSERT_EQ(v, T(0));
 
     // One tap of 1.0 passes the signal, one block late.
     const T one = 1;
@@ -160,8 +164,7 @@ TYPED_TEST(FftFilterTest, UnitImpulsePassThroughAndSilence)
     f.setPassThrough(1);
     f.reset();
     y = run(f);
-    for (size_t i = 0; i < x.size(); ++i)
-        ASSERT_EQ(y[i], i < hop ? T(0) : x[i - hop]) << i;
+    for (size_t i = 0; i < x.size(); ++i) ASSERT_EQ(y[i], i < hop ? T(0) : x[i - hop]) << i;
 
     // Bad input never reaches past the caller's buffers.
     T* nothing = nullptr;

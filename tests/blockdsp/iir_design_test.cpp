@@ -18,7 +18,8 @@ using Complex = std::complex<double>;
 
 namespace {
 
-template <class T> struct Sections {
+template <class T>
+struct Sections {
     T den[16][3];
     T num[16][3];
     T gain = 0;
@@ -26,8 +27,7 @@ template <class T> struct Sections {
 };
 
 template <class T>
-Sections<T> designFilter(uint32_t order, double wn, uint32_t type = Filter::LowPass, double wn2 = 0.1)
-{
+Sections<T> designFilter(uint32_t order, double wn, uint32_t type = Filter::LowPass, double wn2 = 0.1) {
     Filter::ButterworthFilterDesign<T> design;
     design.setOrder(order);
     design.filterType = type;
@@ -41,21 +41,19 @@ Sections<T> designFilter(uint32_t order, double wn, uint32_t type = Filter::LowP
 }
 
 // The response of the cascade with its gain at angular frequency w.
-template <class T> Complex response(const Sections<T>& s, double w)
-{
+template <class T>
+Complex response(const Sections<T>& s, double w) {
     const Complex z1 = std::polar(1.0, -w), z2 = z1 * z1;
     Complex h = double(s.gain);
     for (uint32_t i = 0; i < s.count; ++i)
-        h *= (double(s.num[i][0]) + double(s.num[i][1]) * z1 + double(s.num[i][2]) * z2)
-            / (double(s.den[i][0]) + double(s.den[i][1]) * z1 + double(s.den[i][2]) * z2);
+        h *= (double(s.num[i][0]) + double(s.num[i][1]) * z1 + double(s.num[i][2]) * z2) /
+             (double(s.den[i][0]) + double(s.den[i][1]) * z1 + double(s.den[i][2]) * z2);
     return h;
 }
 
 // Roots of one denominator row, z^2 + a1 z + a2 (or z + a1 for a first-order row).
-std::vector<Complex> rowRoots(double a1, double a2, bool firstOrder)
-{
-    if (firstOrder)
-        return {Complex(-a1)};
+std::vector<Complex> rowRoots(double a1, double a2, bool firstOrder) {
+    if (firstOrder) return {Complex(-a1)};
     const Complex disc = std::sqrt(Complex(a1 * a1 - 4 * a2));
     return {(-a1 + disc) / 2.0, (-a1 - disc) / 2.0};
 }
@@ -63,8 +61,7 @@ std::vector<Complex> rowRoots(double a1, double a2, bool firstOrder)
 // The digital poles of the order-n low-pass: the prototype poles on the unit
 // circle, scaled to the pre-warped cut-off u = 4 tan(pi wn / 2), through
 // z = (4 + s) / (4 - s) (bilinear at a sampling frequency of 2).
-std::vector<Complex> referencePoles(uint32_t n, double wn)
-{
+std::vector<Complex> referencePoles(uint32_t n, double wn) {
     const double u = 4 * std::tan(pi * wn / 2);
     std::vector<Complex> z;
     for (uint32_t k = 0; k < n; ++k) {
@@ -75,17 +72,16 @@ std::vector<Complex> referencePoles(uint32_t n, double wn)
 }
 
 // |H|^2 of the bilinear Butterworth low-pass: 1 / (1 + (tan(w/2) / tan(pi wn/2))^2n).
-double referenceMagnitude(uint32_t n, double wn, double w)
-{
+double referenceMagnitude(uint32_t n, double wn, double w) {
     return 1 / std::sqrt(1 + std::pow(std::tan(w / 2) / std::tan(pi * wn / 2), 2.0 * n));
 }
 
-template <class T> class IirDesignTest : public ::testing::Test {};
+template <class T>
+class IirDesignTest : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(IirDesignTest, SampleTypes);
 
-TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype)
-{
+TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype) {
     using T = TypeParam;
     const double poleTolerance = std::is_same_v<T, float> ? 2e-3 : 1e-5;
     for (uint32_t n = 1; n <= 16; ++n) {
@@ -106,8 +102,7 @@ TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype)
                 for (Complex p : rowRoots(s.den[i][1], s.den[i][2], firstOrder)) {
                     EXPECT_LT(std::abs(p), 1.0);
                     double nearest = 1e9;
-                    for (Complex q : expected)
-                        nearest = std::min(nearest, std::abs(p - q));
+                    for (Complex q : expected) nearest = std::min(nearest, std::abs(p - q));
                     EXPECT_LT(nearest, poleTolerance) << p;
                 }
             }
@@ -116,7 +111,8 @@ TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype)
             EXPECT_NEAR(std::abs(response(s, pi * wn)), std::sqrt(0.5), 1e-4);
             for (double f : {0.3, 0.7, 0.9, 1.2, 1.5}) {
                 if (f * wn < 0.95) {
-                    EXPECT_NEAR(std::abs(response(s, pi * wn * f)), referenceMagnitude(n, wn, pi * wn * f), 1e-4)
+                    EXPECT_NEAR(std::abs(response(s, pi * wn * f)), referenceMagnitude(n, wn, pi * wn * f),
+                                1e-4)
                         << "at " << f << " of the cut-off";
                 }
             }
@@ -124,8 +120,7 @@ TYPED_TEST(IirDesignTest, ButterworthLowPassMatchesTheBilinearPrototype)
     }
 }
 
-TYPED_TEST(IirDesignTest, OtherBandsFollowTheirClosedForms)
-{
+TYPED_TEST(IirDesignTest, OtherBandsFollowTheirClosedForms) {
     using T = TypeParam;
     const double t1 = std::tan(pi * 0.2 / 2), t2 = std::tan(pi * 0.4 / 2);
     for (uint32_t n : {1u, 2u, 3u, 4u}) {
@@ -148,8 +143,7 @@ TYPED_TEST(IirDesignTest, OtherBandsFollowTheirClosedForms)
 }
 
 // The polynomial form: the same filter as one ratio of polynomials in z^-1.
-TYPED_TEST(IirDesignTest, PolynomialFormGivesTheSameResponse)
-{
+TYPED_TEST(IirDesignTest, PolynomialFormGivesTheSameResponse) {
     using T = TypeParam;
     Filter::ButterworthFilterDesign<T> design;
     design.setOrder(5);
@@ -167,8 +161,8 @@ TYPED_TEST(IirDesignTest, PolynomialFormGivesTheSameResponse)
 }
 
 // Loads the sections of `s` into a cascade of N biquads.
-template <int N, class T> void loadSections(Filter::IIRBiQuadFilter<N, T>& f, const Sections<T>& s)
-{
+template <int N, class T>
+void loadSections(Filter::IIRBiQuadFilter<N, T>& f, const Sections<T>& s) {
     for (int i = 0; i < N; ++i)
         for (int k = 0; k < 3; ++k) {
             f.taps[6 * i + k] = s.num[i][k];
@@ -176,8 +170,7 @@ template <int N, class T> void loadSections(Filter::IIRBiQuadFilter<N, T>& f, co
         }
 }
 
-TYPED_TEST(IirDesignTest, OrderZeroIsAPassThroughSection)
-{
+TYPED_TEST(IirDesignTest, OrderZeroIsAPassThroughSection) {
     using T = TypeParam;
     const auto s = designFilter<T>(0, 0.5);
     ASSERT_EQ(s.count, 1u);
@@ -192,8 +185,7 @@ TYPED_TEST(IirDesignTest, OrderZeroIsAPassThroughSection)
 
 // Runs an order-16 design through the 8-section cascade: a sine well inside
 // the pass band comes out at unity gain once the design's gain is applied.
-TYPED_TEST(IirDesignTest, CascadeRunsTheDesignAtUnityGain)
-{
+TYPED_TEST(IirDesignTest, CascadeRunsTheDesignAtUnityGain) {
     using T = TypeParam;
     const auto s = designFilter<T>(16, 0.5);
     Filter::IIRBiQuadFilter<8, T> f;
@@ -203,8 +195,7 @@ TYPED_TEST(IirDesignTest, CascadeRunsTheDesignAtUnityGain)
     f.reset();
     const double w = 2 * pi * 51 / 2048; // whole periods in the measured half
     std::vector<T> x(4096), y(4096);
-    for (size_t i = 0; i < x.size(); ++i)
-        x[i] = T(std::sin(w * double(i)));
+    for (size_t i = 0; i < x.size(); ++i) x[i] = T(std::sin(w * double(i)));
     f.process(x.data(), y.data(), 4096);
     // Amplitude over the second half by projection on sine and cosine.
     double c = 0, sn = 0;
@@ -215,8 +206,7 @@ TYPED_TEST(IirDesignTest, CascadeRunsTheDesignAtUnityGain)
     EXPECT_NEAR(double(s.gain) * std::hypot(c, sn) / 1024.0, 1.0, 1e-4);
 }
 
-TYPED_TEST(IirDesignTest, FilterMemoryResetAndCoefficientChanges)
-{
+TYPED_TEST(IirDesignTest, FilterMemoryResetAndCoefficientChanges) {
     using T = TypeParam;
     const auto s = designFilter<T>(2, 0.2);
     T taps[6] = {s.num[0][0], s.num[0][1], s.num[0][2], s.den[0][0], s.den[0][1], s.den[0][2]};
@@ -226,8 +216,7 @@ TYPED_TEST(IirDesignTest, FilterMemoryResetAndCoefficientChanges)
     Filter::IIRFilter<2, T> direct;
     for (auto* f : {&whole.taps[0], &split.taps[0], &fresh.taps[0], &direct.taps[0]})
         std::copy(taps, taps + 6, f);
-    for (auto* f : {&whole, &split, &fresh})
-        ASSERT_EQ(f->init(), 0);
+    for (auto* f : {&whole, &split, &fresh}) ASSERT_EQ(f->init(), 0);
     ASSERT_EQ(direct.init(), 0);
 
     // One call, or two calls with the same taps set in between: the memory carries over.

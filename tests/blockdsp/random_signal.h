@@ -4,12 +4,11 @@
 #include <random>
 #include <vector>
 
-template <class T> std::vector<T> randomVector(size_t n, unsigned seed)
-{
+template <class T>
+std::vector<T> randomVector(size_t n, unsigned seed) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> dist(-1.0, 1.0);
     std::vector<T> v(n);
-    for (auto& x : v)
-        x = T(dist(rng));
+    for (auto& x : v) x = T(dist(rng));
     return v;
 }

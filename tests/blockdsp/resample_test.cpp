@@ -16,7 +16,8 @@ using std::numbers::pi;
 
 namespace {
 
-template <class T> class ResampleTest : public ::testing::Test {};
+template <class T>
+class ResampleTest : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(ResampleTest, SampleTypes);
 
@@ -26,16 +27,15 @@ struct Ratio {
 };
 
 // Amplitude of frequency f (Hz, at rate fs) over y[from, from + n).
-template <class T> double amplitudeAt(const std::vector<T>& y, size_t from, size_t n, double f, double fs)
-{
+template <class T>
+double amplitudeAt(const std::vector<T>& y, size_t from, size_t n, double f, double fs) {
     std::complex<double> sum = 0;
     for (size_t i = from; i < from + n; ++i)
         sum += double(y[i]) * std::polar(1.0, -2 * pi * f * double(i) / fs);
     return 2 * std::abs(sum) / double(n);
 }
 
-TYPED_TEST(ResampleTest, LengthDcGainSineLevelAndChannelIndependence)
-{
+TYPED_TEST(ResampleTest, LengthDcGainSineLevelAndChannelIndependence) {
     using T = TypeParam;
     const Ratio ratios[] = {{160, 147, 44100}, {147, 160, 48000}, {2, 1, 48000}, {441, 480, 48000}};
     const uint32_t inputLength = 4800;
@@ -58,16 +58,14 @@ TYPED_TEST(ResampleTest, LengthDcGainSineLevelAndChannelIndependence)
         const double dcTolerance = std::is_same_v<T, float> ? 5e-3 : 1e-4;
         std::vector<T> ones(inputLength, T(1)), y(outLength + 8, T(42));
         rs.process(ones.data(), y.data(), outLength);
-        for (size_t i = outLength / 2; i < outLength; ++i)
-            ASSERT_NEAR(y[i], 1.0, dcTolerance) << i;
+        for (size_t i = outLength / 2; i < outLength; ++i) ASSERT_NEAR(y[i], 1.0, dcTolerance) << i;
         EXPECT_EQ(y[outLength], T(42)); // nothing past the output length
 
         // A sine of about 1 kHz, whole periods over the measured window, keeps its level within 0.1 dB.
         const size_t window = outLength / 2;
         const double f = std::round(1000.0 * double(window) / outRate) * outRate / double(window);
         std::vector<T> sine(inputLength);
-        for (uint32_t i = 0; i < inputLength; ++i)
-            sine[i] = T(std::sin(2 * pi * f * i / r.inRate));
+        for (uint32_t i = 0; i < inputLength; ++i) sine[i] = T(std::sin(2 * pi * f * i / r.inRate));
         rs.reset();
         rs.process(sine.data(), y.data(), outLength);
         const double level = 20 * std::log10(amplitudeAt(y, outLength - window, window, f, outRate));
@@ -83,8 +81,7 @@ TYPED_TEST(ResampleTest, LengthDcGainSineLevelAndChannelIndependence)
     }
 }
 
-TYPED_TEST(ResampleTest, EqualFactorsStillFilterAndBadInputIsHarmless)
-{
+TYPED_TEST(ResampleTest, EqualFactorsStillFilterAndBadInputIsHarmless) {
     using T = TypeParam;
     Math::Resample<T> rs;
     rs.inputLength = 2048;
@@ -98,8 +95,7 @@ TYPED_TEST(ResampleTest, EqualFactorsStillFilterAndBadInputIsHarmless)
     EXPECT_NE(rs.filter.taps[1], T(0));
     EXPECT_NE(rs.filter.taps[4], T(0));
     std::vector<T> low(2048), y(2048);
-    for (size_t i = 0; i < 2048; ++i)
-        low[i] = T(std::sin(2 * pi * 51 / 1024 * double(i)));
+    for (size_t i = 0; i < 2048; ++i) low[i] = T(std::sin(2 * pi * 51 / 1024 * double(i)));
     rs.process(low.data(), y.data(), 2048);
     EXPECT_NEAR(amplitudeAt(y, 1024, 1024, 51.0 / 1024, 1.0), 1.0, 1e-3);
 

@@ -14,31 +14,34 @@ namespace DSP = Tannhofen::DSP;
 namespace {
 
 // The smallest concrete algorithm of DSP::Audio, with a latency of its own.
-template <class T> class Latent : public DSP::Audio::Algo<T> {
+template <class T>
+class Latent : public DSP::Audio::Algo<T> {
 public:
     int32_t setChannels(uint32_t, uint32_t) override { return 0; }
     uint32_t getLatency() const override { return 7; }
 };
 
-template <class Frame> class Pass : public Frame {
+template <class Frame>
+class Pass : public Frame {
 public:
     Pass() : Frame(48000.0, 256) {}
     int32_t setChannels(int32_t in, int32_t out) override { return in == out ? 0 : 1; }
 };
 
-template <class Frame> class Allocating : public Pass<Frame> {
+template <class Frame>
+class Allocating : public Pass<Frame> {
 public:
     int32_t getLatency() const override { return 11; }
     int32_t init() override { return 0; }
     int32_t release() override { return 0; }
 };
 
-template <class T> class AudioFrame : public ::testing::Test {};
+template <class T>
+class AudioFrame : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(AudioFrame, SampleTypes);
 
-TYPED_TEST(AudioFrame, LifecycleResultsAndLatency)
-{
+TYPED_TEST(AudioFrame, LifecycleResultsAndLatency) {
     using T = TypeParam;
     Latent<T> latent;
     DSP::Audio::Algo<T>& frame = latent;
@@ -53,8 +56,8 @@ TYPED_TEST(AudioFrame, LifecycleResultsAndLatency)
     EXPECT_EQ(plain.getProcessLatency(), 0u);
 }
 
-template <class Frame> void checkWideFrame()
-{
+template <class Frame>
+void checkWideFrame() {
     Pass<Frame> plain;
     EXPECT_EQ(plain.init(), 1); // the frame's success is 1
     EXPECT_EQ(plain.release(), 1);
@@ -67,8 +70,7 @@ template <class Frame> void checkWideFrame()
     EXPECT_EQ(allocating.getProcessLatency(), 11);
 }
 
-TEST(WideFrame, Algo32AndAlgo64InitResultsAndLatency)
-{
+TEST(WideFrame, Algo32AndAlgo64InitResultsAndLatency) {
     checkWideFrame<DSP::Algo32::Algo<double>>();
     checkWideFrame<DSP::Algo64::Algo<double>>();
     static_assert(!std::is_same_v<DSP::Algo32::Algo<double>, DSP::Algo64::Algo<double>>);

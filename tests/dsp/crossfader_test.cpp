@@ -13,19 +13,19 @@ namespace DSP = Tannhofen::DSP;
 
 namespace {
 
-template <class T> using Fader = DSP::WideFrame::CrossFader<T>;
+template <class T>
+using Fader = DSP::WideFrame::CrossFader<T>;
 
-double logistic(double i, double length)
-{
+double logistic(double i, double length) {
     return 1.0 / (1.0 + std::exp(5.0 - 10.0 * i / length));
 }
 
-template <class T> class CrossFaders : public ::testing::Test {};
+template <class T>
+class CrossFaders : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CrossFaders, SampleTypes);
 
-TYPED_TEST(CrossFaders, LogisticCurveAndTheFadesEnd)
-{
+TYPED_TEST(CrossFaders, LogisticCurveAndTheFadesEnd) {
     using T = TypeParam;
     for (int32_t mode : {0, 1}) {
         Fader<T> fader(48000.0, 256, T(250), mode);
@@ -60,8 +60,7 @@ TYPED_TEST(CrossFaders, LogisticCurveAndTheFadesEnd)
     }
 }
 
-TYPED_TEST(CrossFaders, AllChannelsShareTheGainsAndLongBlocksRunInPieces)
-{
+TYPED_TEST(CrossFaders, AllChannelsShareTheGainsAndLongBlocksRunInPieces) {
     using T = TypeParam;
     // Blocks above 2048 frames take the computed curve in runs.
     Fader<T> fader(48000.0, 5000, T(250), 1);
@@ -94,8 +93,7 @@ TYPED_TEST(CrossFaders, AllChannelsShareTheGainsAndLongBlocksRunInPieces)
     EXPECT_EQ(shortFade.tableLength, 4096);
 }
 
-TYPED_TEST(CrossFaders, FadeTimeChanges)
-{
+TYPED_TEST(CrossFaders, FadeTimeChanges) {
     using T = TypeParam;
     Fader<T> fader(48000.0, 480, T(250), 0);
     ASSERT_EQ(fader.init(), 0);
@@ -117,8 +115,7 @@ TYPED_TEST(CrossFaders, FadeTimeChanges)
     int calls = 0;
     for (; fader.fading; ++calls) {
         block(fader);
-        for (int i = 0; i < 480; i += 97)
-            ASSERT_NEAR(out[i], logistic(calls * 480 + i, 4800), 1e-5);
+        for (int i = 0; i < 480; i += 97) ASSERT_NEAR(out[i], logistic(calls * 480 + i, 4800), 1e-5);
     }
     EXPECT_EQ(calls, 10);
 
@@ -131,8 +128,7 @@ TYPED_TEST(CrossFaders, FadeTimeChanges)
     EXPECT_NEAR(out[200], logistic(200, 24000), 1e-5);
 }
 
-TYPED_TEST(CrossFaders, SquareLawPair)
-{
+TYPED_TEST(CrossFaders, SquareLawPair) {
     using T = TypeParam;
     Fader<T> fader(1000.0, 64, T(100), 0); // 100 samples
     ASSERT_EQ(fader.init(), 0);
@@ -152,8 +148,7 @@ TYPED_TEST(CrossFaders, SquareLawPair)
     }
 }
 
-TYPED_TEST(CrossFaders, BypassDelayKeepsTheDryPathInTime)
-{
+TYPED_TEST(CrossFaders, BypassDelayKeepsTheDryPathInTime) {
     using T = TypeParam;
     DSP::WideFrame::CrossFaderBypassDelay<T> fader(48000.0, 64, T(10), 100, 0); // 480-sample fade
     fader.setChannels(2);
@@ -167,14 +162,11 @@ TYPED_TEST(CrossFaders, BypassDelayKeepsTheDryPathInTime)
     std::vector<T> heard;
     fader.fading = true;
     for (int block = 0; block < 3; ++block) {
-        for (auto& d : dry)
-            std::fill(d.begin(), d.end(), T(0));
-        if (block == 0)
-            dry[0][0] = dry[1][0] = T(1);
+        for (auto& d : dry) std::fill(d.begin(), d.end(), T(0));
+        if (block == 0) dry[0][0] = dry[1][0] = T(1);
         T* d[2] = {dry[0].data(), dry[1].data()};
         fader.delayDry(d, 64);
-        for (auto& w : wet)
-            std::fill(w.begin(), w.end(), T(1));
+        for (auto& w : wet) std::fill(w.begin(), w.end(), T(1));
         T* w[2] = {wet[0].data(), wet[1].data()};
         if constexpr (std::is_same_v<T, float>)
             fader.process32(d, w, 64);

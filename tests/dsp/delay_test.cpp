@@ -12,59 +12,61 @@ namespace DSP = Tannhofen::DSP;
 
 namespace {
 
-template <class S> struct Lines;
-template <> struct Lines<float> {
+template <class S>
+struct Lines;
+template <>
+struct Lines<float> {
     using Delay = DSP::Algo32::Delay;
     using DelayPow2 = DSP::Algo32::DelayPow2;
     using MultiCh = DSP::Algo32::DelayMultiCh;
     static void process(MultiCh& d, float** in, float** out, int32_t n) { d.process32(in, out, n); }
 };
-template <> struct Lines<double> {
+template <>
+struct Lines<double> {
     using Delay = DSP::Algo64::Delay;
     using DelayPow2 = DSP::Algo64::DelayPow2;
     using MultiCh = DSP::Algo64::DelayMultiCh;
     static void process(MultiCh& d, double** in, double** out, int32_t n) { d.process64(in, out, n); }
 };
 
-template <class S> std::vector<S> ramp(size_t n)
-{
+template <class S>
+std::vector<S> ramp(size_t n) {
     std::vector<S> x(n);
-    for (size_t i = 0; i < n; ++i)
-        x[i] = S(i + 1);
+    for (size_t i = 0; i < n; ++i) x[i] = S(i + 1);
     return x;
 }
 
 // Runs x through the line in blocks of uneven sizes, in place every other block.
-template <class S, class Line> std::vector<S> run(Line& line, const std::vector<S>& x)
-{
+template <class S, class Line>
+std::vector<S> run(Line& line, const std::vector<S>& x) {
     static const size_t sizes[] = {37, 1, 128, 64, 5, 250};
     std::vector<S> y(x.size());
     for (size_t pos = 0, k = 0; pos < x.size(); ++k) {
         const size_t n = std::min(sizes[k % 6], x.size() - pos);
-        if (k % 2)
-            std::copy_n(x.data() + pos, n, y.data() + pos);
-        line.processBlockMono(k % 2 ? y.data() + pos : x.data() + pos, y.data() + pos, static_cast<int32_t>(n));
+        if (k % 2) std::copy_n(x.data() + pos, n, y.data() + pos);
+        line.processBlockMono(k % 2 ? y.data() + pos : x.data() + pos, y.data() + pos,
+                              static_cast<int32_t>(n));
         pos += n;
     }
     return y;
 }
 
-template <class S> void expectDelayed(const std::vector<S>& x, const std::vector<S>& y, size_t d)
-{
+template <class S>
+void expectDelayed(const std::vector<S>& x, const std::vector<S>& y, size_t d) {
     for (size_t i = 0; i < y.size(); ++i)
         ASSERT_EQ(y[i], i < d ? S(0) : x[i - d]) << "sample " << i << ", delay " << d;
 }
 
-template <class S> class DelayLines : public ::testing::Test {};
+template <class S>
+class DelayLines : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(DelayLines, SampleTypes);
 
-TYPED_TEST(DelayLines, WholeSampleDelaysAcrossBlocks)
-{
+TYPED_TEST(DelayLines, WholeSampleDelaysAcrossBlocks) {
     using L = Lines<TypeParam>;
     const auto x = ramp<TypeParam>(3000);
     for (int32_t d : {0, 1, 7, 480, 2047}) {
-        typename L::Delay plain(48000.0, 256, 50.0f); // 2400 samples
+        typename L::Delay plain(48000.0, 256, 50.0f);    // 2400 samples
         typename L::DelayPow2 pow2(48000.0, 256, 50.0f); // 4096 samples
         plain.setDelaySamples(d);
         pow2.setDelaySamples(d);
@@ -76,13 +78,11 @@ TYPED_TEST(DelayLines, WholeSampleDelaysAcrossBlocks)
     typename L::Delay plain(48000.0, 256, 50.0f);
     plain.setDelaySamples(plain.bufferLength - 1);
     std::vector<TypeParam> y;
-    for (auto v : x)
-        y.push_back(plain.processSample(v));
+    for (auto v : x) y.push_back(plain.processSample(v));
     expectDelayed(x, y, 2399);
 }
 
-TYPED_TEST(DelayLines, RingLengthsClampingAndTheMillisecondGuard)
-{
+TYPED_TEST(DelayLines, RingLengthsClampingAndTheMillisecondGuard) {
     using L = Lines<TypeParam>;
     // The capacity is scaled in single precision: 100 ms at 44100 Hz hold 4410 samples;
     // every line starts at 20 ms, or at its capacity when that is less.
@@ -136,8 +136,7 @@ TYPED_TEST(DelayLines, RingLengthsClampingAndTheMillisecondGuard)
     EXPECT_EQ(multi.delays[0]->delaySamples, 127);
 }
 
-TYPED_TEST(DelayLines, RateChangesKeepMilliseconds)
-{
+TYPED_TEST(DelayLines, RateChangesKeepMilliseconds) {
     using L = Lines<TypeParam>;
     typename L::Delay plain(48000.0, 64, 100.0f);
     typename L::DelayPow2 pow2(48000.0, 64, 100.0f);
@@ -164,8 +163,7 @@ TYPED_TEST(DelayLines, RateChangesKeepMilliseconds)
     expectDelayed(x, run(plain, x), 551);
 }
 
-TYPED_TEST(DelayLines, ZeroDelayShortcutLeavesTheRing)
-{
+TYPED_TEST(DelayLines, ZeroDelayShortcutLeavesTheRing) {
     using L = Lines<TypeParam>;
     typename L::DelayPow2 pow2(48000.0, 64, 10.0f);
     typename L::Delay plain(48000.0, 64, 10.0f);
@@ -176,20 +174,17 @@ TYPED_TEST(DelayLines, ZeroDelayShortcutLeavesTheRing)
         line->processBlockMono(x.data(), y.data(), 20); // the ring now ends in 16..20
         line->setDelayMs(0.0f);
         line->processBlockMono(x.data() + 20, y.data() + 20, 20);
-        for (size_t i = 20; i < 40; ++i)
-            EXPECT_EQ(y[i], x[i]);
+        for (size_t i = 20; i < 40; ++i) EXPECT_EQ(y[i], x[i]);
         line->setDelaySamples(5);
         line->processBlockMono(x.data() + 40, y.data() + 40, 5);
         // The shortcut never wrote 21..40, so the power-of-two ring replays 16..20;
         // the plain ring wrote them and gives the recent past 36..40.
         const TypeParam first = line == &pow2 ? TypeParam(16) : TypeParam(36);
-        for (size_t i = 0; i < 5; ++i)
-            EXPECT_EQ(y[40 + i], first + TypeParam(i));
+        for (size_t i = 0; i < 5; ++i) EXPECT_EQ(y[40 + i], first + TypeParam(i));
     }
 }
 
-TYPED_TEST(DelayLines, SilenceIsOneSided)
-{
+TYPED_TEST(DelayLines, SilenceIsOneSided) {
     using L = Lines<TypeParam>;
     typename L::Delay line(1000.0, 16, 100.0f); // 100 samples
     line.setDelaySamples(10);
@@ -200,17 +195,15 @@ TYPED_TEST(DelayLines, SilenceIsOneSided)
     const TypeParam above = TypeParam(1.0e-06f) * TypeParam(1.5);
     line.processSample(above); // now the newest unread sample
     EXPECT_FALSE(line.isSilent(1));
-    EXPECT_TRUE(line.isSilent(20)); // a stride that steps over it
-    for (int i = 0; i < 10; ++i)
-        line.processSample(TypeParam(1.0e-06f)); // at the threshold: silent
+    EXPECT_TRUE(line.isSilent(20));                                       // a stride that steps over it
+    for (int i = 0; i < 10; ++i) line.processSample(TypeParam(1.0e-06f)); // at the threshold: silent
     EXPECT_TRUE(line.isSilent(1));
     line.setDelaySamples(0);
     line.processSample(TypeParam(5));
     EXPECT_TRUE(line.isSilent(1)); // nothing left to read
 }
 
-TYPED_TEST(DelayLines, MultiChannelBank)
-{
+TYPED_TEST(DelayLines, MultiChannelBank) {
     using L = Lines<TypeParam>;
     typename L::MultiCh bank(48000.0, 128, 20.0f, 1);
     EXPECT_EQ(bank.setChannels(2, 3), 1);
@@ -230,8 +223,7 @@ TYPED_TEST(DelayLines, MultiChannelBank)
     TypeParam* in[3];
     TypeParam* out[3];
     for (size_t c = 0; c < 3; ++c)
-        for (auto& v : x[c])
-            v *= TypeParam(c + 1);
+        for (auto& v : x[c]) v *= TypeParam(c + 1);
     for (size_t block = 0; block < 3; ++block) {
         for (size_t c = 0; c < 3; ++c) {
             in[c] = x[c].data() + 64 * block;
@@ -239,8 +231,7 @@ TYPED_TEST(DelayLines, MultiChannelBank)
         }
         L::process(bank, in, out, 64);
     }
-    for (size_t c = 0; c < 3; ++c)
-        expectDelayed(x[c], y[c], 34);
+    for (size_t c = 0; c < 3; ++c) expectDelayed(x[c], y[c], 34);
 
     // Deactivating clears the rings.
     EXPECT_FALSE(bank.delays[0]->isSilent(1));

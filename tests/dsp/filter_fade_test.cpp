@@ -21,18 +21,19 @@ constexpr double kRate = 48000.0;
 // Q 1.0 after the low- and high-pass taper: 9.5 ((1 - 0.5) 0.10526315789)^4 + 0.5.
 constexpr double kTaperedQ1 = 0.5000728968;
 
-template <class T> using Fade = DSP::WideFrame::FilterFade<T>;
-template <class T> using Biquad = DSP::WideFrame::FadeBiquad<T>;
+template <class T>
+using Fade = DSP::WideFrame::FilterFade<T>;
+template <class T>
+using Biquad = DSP::WideFrame::FadeBiquad<T>;
 
 // |H(e^jw)| of b0 b1 b2 / 1 a1 a2.
-double magnitude(const double* c, double w)
-{
+double magnitude(const double* c, double w) {
     const std::complex<double> z = std::polar(1.0, -w);
     return std::abs((c[0] + c[1] * z + c[2] * z * z) / (1.0 + c[3] * z + c[4] * z * z));
 }
 
-template <class T> double magnitude(const Biquad<T>& f, double hz)
-{
+template <class T>
+double magnitude(const Biquad<T>& f, double hz) {
     double c[5];
     f.getCoefficients(c);
     return magnitude(c, 2 * kPi * hz / kRate);
@@ -40,20 +41,20 @@ template <class T> double magnitude(const Biquad<T>& f, double hz)
 
 // The low-pass at 120 Hz and Q 1, worked from the law: the quality's taper
 // gives Q' = 9.5 ((1 - 0.5) 0.10526315789)^4 + 0.5.
-double lowPass120(double hz)
-{
+double lowPass120(double hz) {
     const double y = 0.5 * 0.10526315789;
     const double q = 9.5 * y * y * y * y + 0.5;
     const double w0 = 2 * kPi * 120.0 / kRate;
     const double alpha = std::sin(w0) / (2 * q), c = std::cos(w0);
     const double a0 = 1 + alpha;
-    const double coeffs[5] = {(1 - c) / 2 / a0, (1 - c) / a0, (1 - c) / 2 / a0, -2 * c / a0, (1 - alpha) / a0};
+    const double coeffs[5] = {(1 - c) / 2 / a0, (1 - c) / a0, (1 - c) / 2 / a0, -2 * c / a0,
+                              (1 - alpha) / a0};
     return magnitude(coeffs, 2 * kPi * hz / kRate);
 }
 
 // Amplitude of the hz component of x (whole periods), by correlation.
-template <class T> double amplitudeAt(const std::vector<T>& x, size_t from, double hz)
-{
+template <class T>
+double amplitudeAt(const std::vector<T>& x, size_t from, double hz) {
     double re = 0, im = 0;
     for (size_t n = from; n < x.size(); ++n) {
         re += x[n] * std::cos(2 * kPi * hz * n / kRate);
@@ -62,18 +63,17 @@ template <class T> double amplitudeAt(const std::vector<T>& x, size_t from, doub
     return 2 * std::hypot(re, im) / static_cast<double>(x.size() - from);
 }
 
-template <class T> std::vector<T> tones(size_t n, std::initializer_list<double> hz)
-{
+template <class T>
+std::vector<T> tones(size_t n, std::initializer_list<double> hz) {
     std::vector<T> x(n, T(0));
     for (size_t i = 0; i < n; ++i)
-        for (double f : hz)
-            x[i] += T(0.5 * std::sin(2 * kPi * f * i / kRate));
+        for (double f : hz) x[i] += T(0.5 * std::sin(2 * kPi * f * i / kRate));
     return x;
 }
 
 // Owners' order: construct, init, reset, switch, design.
-template <class T> std::unique_ptr<Fade<T>> makeFade(bool off, int32_t block = 480, int32_t mode = 0)
-{
+template <class T>
+std::unique_ptr<Fade<T>> makeFade(bool off, int32_t block = 480, int32_t mode = 0) {
     auto fade = std::make_unique<Fade<T>>(kRate, block, 250.0f, mode);
     EXPECT_EQ(fade->init(), 0);
     fade->reset();
@@ -83,8 +83,8 @@ template <class T> std::unique_ptr<Fade<T>> makeFade(bool off, int32_t block = 4
 }
 
 // Runs x through the fade in blocks, in place, calling `between(block)` first.
-template <class T, class F> std::vector<T> run(Fade<T>& fade, std::vector<T> x, int32_t block, F between)
-{
+template <class T, class F>
+std::vector<T> run(Fade<T>& fade, std::vector<T> x, int32_t block, F between) {
     for (size_t pos = 0, k = 0; pos < x.size(); pos += static_cast<size_t>(block), ++k) {
         between(k);
         const auto n = static_cast<int32_t>(std::min<size_t>(static_cast<size_t>(block), x.size() - pos));
@@ -93,12 +93,12 @@ template <class T, class F> std::vector<T> run(Fade<T>& fade, std::vector<T> x, 
     return x;
 }
 
-template <class T> class FilterFades : public ::testing::Test {};
+template <class T>
+class FilterFades : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(FilterFades, SampleTypes);
 
-TYPED_TEST(FilterFades, EveryTypeMeetsItsResponse)
-{
+TYPED_TEST(FilterFades, EveryTypeMeetsItsResponse) {
     using T = TypeParam;
     Biquad<T> f(kRate);
     ASSERT_EQ(f.init(), 0);
@@ -115,8 +115,8 @@ TYPED_TEST(FilterFades, EveryTypeMeetsItsResponse)
     // (type, Q, frequency, |H|): high-pass, band-pass of constant skirt (peak Q)
     // and of constant peak (0 dB), notch, all-pass.
     const std::tuple<int, double, double, double> rows[] = {
-        {1, 10.0, 0, 0}, {1, 10.0, nyquist, 1}, {1, 10.0, f0, 10}, {2, 2.0, f0, 2}, {2, 2.0, 0, 0},
-        {3, 2.0, f0, 1}, {3, 2.0, nyquist, 0},  {4, 2.0, f0, 0},   {4, 2.0, 0, 1},  {5, 2.0, 0, 1},
+        {1, 10.0, 0, 0},  {1, 10.0, nyquist, 1}, {1, 10.0, f0, 10}, {2, 2.0, f0, 2}, {2, 2.0, 0, 0},
+        {3, 2.0, f0, 1},  {3, 2.0, nyquist, 0},  {4, 2.0, f0, 0},   {4, 2.0, 0, 1},  {5, 2.0, 0, 1},
         {5, 2.0, 300, 1}, {5, 2.0, f0, 1},       {5, 2.0, 7000, 1}};
     for (auto [type, q, hz, expected] : rows) {
         f.design(type, f0, q, 0, false);
@@ -161,8 +161,7 @@ TYPED_TEST(FilterFades, EveryTypeMeetsItsResponse)
     }
 }
 
-TYPED_TEST(FilterFades, LowPassAt120HzAsHeard)
-{
+TYPED_TEST(FilterFades, LowPassAt120HzAsHeard) {
     using T = TypeParam;
     auto fade = makeFade<T>(false);
     EXPECT_FALSE(fade->crossFader->fading) << "inactive: the design applies at once";
@@ -175,8 +174,7 @@ TYPED_TEST(FilterFades, LowPassAt120HzAsHeard)
     EXPECT_NEAR(lowPass120(120.0), kTaperedQ1, 1e-6); // nearly critically damped
 }
 
-TYPED_TEST(FilterFades, SwitchingWhileTonesPlayIsClickFree)
-{
+TYPED_TEST(FilterFades, SwitchingWhileTonesPlayIsClickFree) {
     using T = TypeParam;
     for (int32_t mode : {0, 1}) {
         const int32_t block = 256;
@@ -190,10 +188,8 @@ TYPED_TEST(FilterFades, SwitchingWhileTonesPlayIsClickFree)
         // Off at block 20 (0.1 s), on again at block 220 (1.17 s); each fade lasts 250 ms.
         std::vector<bool> fadingAt;
         const auto y = run(*fade, x, block, [&](size_t k) {
-            if (k == 20)
-                fade->setFilterOff(true);
-            if (k == 220)
-                fade->setFilterOff(false);
+            if (k == 20) fade->setFilterOff(true);
+            if (k == 220) fade->setFilterOff(false);
             fadingAt.push_back(fade->crossFader->fading);
         });
         EXPECT_FALSE(fadingAt[19]);
@@ -205,40 +201,37 @@ TYPED_TEST(FilterFades, SwitchingWhileTonesPlayIsClickFree)
         // the logistic's slope is at most 2.5 / L per sample, times |A - B| <= 2.
         double steepest = 0, step = 0;
         for (size_t n = 1; n < x.size(); ++n) {
-            steepest = std::max({steepest, std::fabs(double(x[n] - x[n - 1])), std::fabs(double(filtered[n] - filtered[n - 1]))});
+            steepest = std::max({steepest, std::fabs(double(x[n] - x[n - 1])),
+                                 std::fabs(double(filtered[n] - filtered[n - 1]))});
             step = std::max(step, std::fabs(double(y[n] - y[n - 1])));
         }
         // (Without a fade the switch would jump by the 1 kHz tone, up to 0.5.)
         EXPECT_LE(step, steepest + 2.0 * 2.5 / 12000.0 + 1e-6) << "mode " << mode;
 
         // Settled off: the input passes untouched. Settled on: the filtered signal again.
-        for (size_t n = 70 * block; n < 220 * block; ++n)
-            ASSERT_EQ(y[n], x[n]) << n;
-        for (size_t n = 300 * block; n < x.size(); ++n)
-            ASSERT_NEAR(y[n], filtered[n], 1e-4) << n;
+        for (size_t n = 70 * block; n < 220 * block; ++n) ASSERT_EQ(y[n], x[n]) << n;
+        for (size_t n = 300 * block; n < x.size(); ++n) ASSERT_NEAR(y[n], filtered[n], 1e-4) << n;
     }
 }
 
-template <class T> std::vector<double> coefficients(const Biquad<T>& f)
-{
+template <class T>
+std::vector<double> coefficients(const Biquad<T>& f) {
     std::vector<double> c(5);
     f.getCoefficients(c.data());
     return c;
 }
 
 // The low-pass at hz and Q 1, rounded to the single precision the fade keeps.
-template <class T> std::vector<double> lowPassDesign(double hz)
-{
+template <class T>
+std::vector<double> lowPassDesign(double hz) {
     Biquad<T> f(kRate);
     f.design(0, hz, 1.0, 0.0, false);
     auto c = coefficients(f);
-    for (double& v : c)
-        v = static_cast<float>(v);
+    for (double& v : c) v = static_cast<float>(v);
     return c;
 }
 
-TYPED_TEST(FilterFades, DesignsWaitForARunningFade)
-{
+TYPED_TEST(FilterFades, DesignsWaitForARunningFade) {
     using T = TypeParam;
     auto fade = makeFade<T>(false); // blocks of 480: a fade lasts exactly 25 blocks
     fade->setActive(true);
@@ -250,8 +243,7 @@ TYPED_TEST(FilterFades, DesignsWaitForARunningFade)
     block();
     fade->setFilter(0, 1000.0, 1.0);
     fade->setFilter(0, 2000.0, 1.0); // replaces the 1 kHz design, which never sounds
-    for (int k = 1; k < 25; ++k)
-        block();
+    for (int k = 1; k < 25; ++k) block();
     EXPECT_FALSE(fade->crossFader->fading);
     EXPECT_EQ(coefficients(*fade->currentFilter), lowPassDesign<T>(500));
     block(); // the first block after the fade starts the waiting design
@@ -266,8 +258,7 @@ TYPED_TEST(FilterFades, DesignsWaitForARunningFade)
     EXPECT_EQ(coefficients(*fade->currentFilter), lowPassDesign<T>(2000));
 }
 
-TYPED_TEST(FilterFades, InactiveDesignsApplyAtOnce)
-{
+TYPED_TEST(FilterFades, InactiveDesignsApplyAtOnce) {
     using T = TypeParam;
     auto fade = makeFade<T>(false);
     // An impulse: the first output sample is b0 of the design in place.
@@ -300,8 +291,7 @@ TYPED_TEST(FilterFades, InactiveDesignsApplyAtOnce)
     EXPECT_EQ(fade->setChannels(1, 1), 0);
 }
 
-TYPED_TEST(FilterFades, DenormalOutputClearsTheFilter)
-{
+TYPED_TEST(FilterFades, DenormalOutputClearsTheFilter) {
     using T = TypeParam;
     auto fade = makeFade<T>(false);
     fade->setActive(true);

@@ -19,13 +19,14 @@ static_assert(static_cast<int>(Data::ImplType::VecSignal) == 10);
 static_assert(static_cast<int>(Data::SmallColumnMatrix<double, Data::ImplVecMatrix>::implType) == 11);
 static_assert(static_cast<int>(Data::SmallComplexMatrix<double>::implType) == 12);
 
-template <class T> class SmallMatrices : public ::testing::Test {};
+template <class T>
+class SmallMatrices : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(SmallMatrices, SampleTypes);
 
 // Sets (1, 1) of a 2 x 2 matrix, grows it to 3 x 3 and reads the element back.
-template <class M, class V> void expectResizeKeeps(M& m, V v)
-{
+template <class M, class V>
+void expectResizeKeeps(M& m, V v) {
     ASSERT_FALSE(m.init());
     m.resize(2, 2);
     m.at(1, 1) = v;
@@ -37,8 +38,7 @@ template <class M, class V> void expectResizeKeeps(M& m, V v)
     EXPECT_FALSE(m.release()); // twice is harmless
 }
 
-TYPED_TEST(SmallMatrices, ResizeKeepsContentsAndClearStaysInsideTheSize)
-{
+TYPED_TEST(SmallMatrices, ResizeKeepsContentsAndClearStaysInsideTheSize) {
     using T = TypeParam;
     Data::SmallMatrix<T> m(4, 4);
     ASSERT_FALSE(m.init());
@@ -48,8 +48,7 @@ TYPED_TEST(SmallMatrices, ResizeKeepsContentsAndClearStaysInsideTheSize)
     std::copy(start, start + 16, m.data);
     m.resize(3, 3);
     const T grown[9] = {1, 2, 0, 3, 4, 0, 0, 0, 0};
-    for (int i = 0; i < 9; ++i)
-        EXPECT_EQ(m.data[i], grown[i]) << i;
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(m.data[i], grown[i]) << i;
     m.resize(1, 2); // shrinking keeps what still fits
     EXPECT_EQ(m.at(0, 1), T(3));
 
@@ -75,16 +74,13 @@ TYPED_TEST(SmallMatrices, ResizeKeepsContentsAndClearStaysInsideTheSize)
     EXPECT_EQ(bare.data[3], T(5)); // index 1 + 2 * 1 under the old size
 }
 
-TYPED_TEST(SmallMatrices, ProductsMatchPlainLoops)
-{
+TYPED_TEST(SmallMatrices, ProductsMatchPlainLoops) {
     using T = TypeParam;
     const uint32_t m = 5, k = 3, n = 7;
     Data::SmallMatrix<T> a(m, k), b(k, n), c(8, 8);
     ASSERT_FALSE(a.init() || b.init() || c.init());
-    for (uint32_t i = 0; i < m * k; ++i)
-        a.data[i] = T(int(i % 5) - 2);
-    for (uint32_t i = 0; i < k * n; ++i)
-        b.data[i] = T(int(i % 7) - 3) / 2;
+    for (uint32_t i = 0; i < m * k; ++i) a.data[i] = T(int(i % 5) - 2);
+    for (uint32_t i = 0; i < k * n; ++i) b.data[i] = T(int(i % 7) - 3) / 2;
 
     Data::multiply(a, b, c);
     ASSERT_EQ(c.rows, m);
@@ -92,8 +88,7 @@ TYPED_TEST(SmallMatrices, ProductsMatchPlainLoops)
     for (uint32_t r = 0; r < m; ++r)
         for (uint32_t col = 0; col < n; ++col) {
             T s = 0;
-            for (uint32_t j = 0; j < k; ++j)
-                s += a.at(r, j) * b.at(j, col);
+            for (uint32_t j = 0; j < k; ++j) s += a.at(r, j) * b.at(j, col);
             EXPECT_EQ(c.at(r, col), s);
         }
 
@@ -102,8 +97,7 @@ TYPED_TEST(SmallMatrices, ProductsMatchPlainLoops)
     for (uint32_t r = 0; r < m; ++r)
         for (uint32_t col = 0; col < n; ++col) {
             T s = 0;
-            for (uint32_t j = 0; j < k; ++j)
-                s += a.data[r * k + j] * b.data[j * n + col];
+            for (uint32_t j = 0; j < k; ++j) s += a.data[r * k + j] * b.data[j * n + col];
             EXPECT_EQ(c.data[r * n + col], s);
         }
 
@@ -118,8 +112,7 @@ TYPED_TEST(SmallMatrices, ProductsMatchPlainLoops)
     EXPECT_EQ(z.data[1], std::complex<T>(2, -1));
 }
 
-TYPED_TEST(SmallMatrices, InverseAndEigenvalues)
-{
+TYPED_TEST(SmallMatrices, InverseAndEigenvalues) {
     using T = TypeParam;
     const T tol = std::is_same_v<T, float> ? T(2e-5) : T(1e-11);
     Data::SmallMatrix<T> m(3, 3);
@@ -130,8 +123,7 @@ TYPED_TEST(SmallMatrices, InverseAndEigenvalues)
     std::copy(a, a + 4, m.data);
     ASSERT_EQ(Data::invert(m), 0);
     const T inv[4] = {T(0.6), T(-0.7), T(-0.2), T(0.4)};
-    for (int j = 0; j < 4; ++j)
-        EXPECT_NEAR(m.data[j], inv[j], tol);
+    for (int j = 0; j < 4; ++j) EXPECT_NEAR(m.data[j], inv[j], tol);
     const T singular[4] = {1, 2, 2, 4};
     std::copy(singular, singular + 4, m.data);
     EXPECT_GT(Data::invert(m), 0);

@@ -17,19 +17,17 @@ namespace {
 constexpr double kTwoPi = 6.283185307179586;
 
 // One transform with its buffers, the way the toolkit's transform classes own them.
-template <class T> struct Transform {
-    Transform(int order, int flag)
-    {
+template <class T>
+struct Transform {
+    Transform(int order, int flag) {
         int specSize = 0, initSize = 0, workSize = 0;
         status = Vec::fftGetSize(order, flag, specSize, initSize, workSize);
         specBuffer = Vec::malloc<uint8_t>(specSize);
         initBuffer = Vec::malloc<uint8_t>(initSize);
         workBuffer = Vec::malloc<uint8_t>(workSize);
-        if (status == Vec::StsNoErr)
-            status = Vec::fftInit(&spec, order, flag, specBuffer, initBuffer);
+        if (status == Vec::StsNoErr) status = Vec::fftInit(&spec, order, flag, specBuffer, initBuffer);
     }
-    ~Transform()
-    {
+    ~Transform() {
         Vec::fftFree(spec);
         Vec::free(specBuffer);
         Vec::free(initBuffer);
@@ -43,9 +41,9 @@ template <class T> struct Transform {
 };
 
 // Split complex signal in one aligned allocation, starting offset elements in.
-template <class T> struct Split {
-    Split(std::size_t n, std::size_t offset) : n(n)
-    {
+template <class T>
+struct Split {
+    Split(std::size_t n, std::size_t offset) : n(n) {
         base = Vec::malloc<T>(2 * (n + offset) + 32);
         re = base + offset;
         im = base + n + 2 * offset + 16;
@@ -59,18 +57,18 @@ template <class T> struct Split {
     T* im;
 };
 
-template <class T> double tolerance(std::size_t n)
-{
+template <class T>
+double tolerance(std::size_t n) {
     const double eps = std::is_same_v<T, float> ? 1.2e-7 : 2.3e-16;
     return 8 * eps * (std::log2(double(n)) + 1);
 }
 
-template <class T> class Fft : public ::testing::Test {};
+template <class T>
+class Fft : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Fft, SampleTypes);
 
-TYPED_TEST(Fft, KnownSpectraAndRoundTripForEveryLength)
-{
+TYPED_TEST(Fft, KnownSpectraAndRoundTripForEveryLength) {
     using T = TypeParam;
     std::mt19937 rng(7);
     std::uniform_real_distribution<double> dist(-1, 1);
@@ -109,8 +107,7 @@ TYPED_TEST(Fft, KnownSpectraAndRoundTripForEveryLength)
     }
 }
 
-TYPED_TEST(Fft, MatchesThePlainDftAndTheScalingFlags)
-{
+TYPED_TEST(Fft, MatchesThePlainDftAndTheScalingFlags) {
     using T = TypeParam;
     std::mt19937 rng(3);
     std::uniform_real_distribution<double> dist(-1, 1);
@@ -129,8 +126,10 @@ TYPED_TEST(Fft, MatchesThePlainDftAndTheScalingFlags)
                 im[k] += x.re[t] * std::sin(a) + x.im[t] * std::cos(a);
             }
         const double tol = tolerance<T>(n) * n;
-        const std::pair<int, double> flags[] = {{Vec::FftNoDiv, 1.0}, {Vec::FftDivInvByN, 1.0},
-            {Vec::FftDivFwdByN, 1.0 / n}, {Vec::FftDivBySqrtN, 1.0 / std::sqrt(double(n))}};
+        const std::pair<int, double> flags[] = {{Vec::FftNoDiv, 1.0},
+                                                {Vec::FftDivInvByN, 1.0},
+                                                {Vec::FftDivFwdByN, 1.0 / n},
+                                                {Vec::FftDivBySqrtN, 1.0 / std::sqrt(double(n))}};
         for (const auto& [flag, forwardScale] : flags) {
             Transform<T> t(order, flag);
             ASSERT_EQ(Vec::fftFwd(x.re, x.im, y.re, y.im, t.spec, t.workBuffer), Vec::StsNoErr);
@@ -141,14 +140,12 @@ TYPED_TEST(Fft, MatchesThePlainDftAndTheScalingFlags)
             // Forward then inverse scales by N in total, whatever the split.
             ASSERT_EQ(Vec::fftInv(y.re, y.im, y.re, y.im, t.spec, t.workBuffer), Vec::StsNoErr);
             const double total = flag == Vec::FftNoDiv ? double(n) : 1.0;
-            for (std::size_t k = 0; k < n; ++k)
-                EXPECT_NEAR(y.re[k], x.re[k] * total, tol) << "flag " << flag;
+            for (std::size_t k = 0; k < n; ++k) EXPECT_NEAR(y.re[k], x.re[k] * total, tol) << "flag " << flag;
         }
     }
 }
 
-TYPED_TEST(Fft, BadArgumentsAreRefused)
-{
+TYPED_TEST(Fft, BadArgumentsAreRefused) {
     using T = TypeParam;
     int a = 0, b = 0, c = 0;
     EXPECT_EQ(Vec::fftGetSize(-1, Vec::FftNoDiv, a, b, c), Vec::StsFftOrderErr);

@@ -13,19 +13,17 @@ namespace Vec = Tannhofen::DSP::Vec;
 
 namespace {
 
-template <class T> std::vector<T> noise(std::size_t n, unsigned seed)
-{
+template <class T>
+std::vector<T> noise(std::size_t n, unsigned seed) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> dist(-1, 1);
     std::vector<T> v(n);
-    for (auto& x : v)
-        x = T(dist(rng));
+    for (auto& x : v) x = T(dist(rng));
     return v;
 }
 
 // Direct form I, per section, in double: a0 y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] - a1 y[n-1] - a2 y[n-2].
-std::vector<double> cascadeReference(const std::vector<double>& taps, int sections, std::vector<double> x)
-{
+std::vector<double> cascadeReference(const std::vector<double>& taps, int sections, std::vector<double> x) {
     for (int s = 0; s < sections; ++s) {
         const double* t = taps.data() + 6 * s;
         std::vector<double> y(x.size());
@@ -40,8 +38,7 @@ std::vector<double> cascadeReference(const std::vector<double>& taps, int sectio
 }
 
 // Sections with poles at radius r and angle w, zeros anywhere, and a0 not 1.
-std::vector<double> stableSections(int sections)
-{
+std::vector<double> stableSections(int sections) {
     std::vector<double> taps;
     for (int s = 0; s < sections; ++s) {
         const double r = 0.5 + 0.05 * s, w = 0.3 + 0.7 * s, a0 = 1.0 + 0.5 * s;
@@ -51,14 +48,17 @@ std::vector<double> stableSections(int sections)
     return taps;
 }
 
-template <class T> double tolerance() { return std::is_same_v<T, float> ? 2e-5 : 1e-12; }
+template <class T>
+double tolerance() {
+    return std::is_same_v<T, float> ? 2e-5 : 1e-12;
+}
 
-template <class T> class Iir : public ::testing::Test {};
+template <class T>
+class Iir : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Iir, SampleTypes);
 
-TYPED_TEST(Iir, BiquadCascadeFollowsTheDifferenceEquationInAnyBlocks)
-{
+TYPED_TEST(Iir, BiquadCascadeFollowsTheDifferenceEquationInAnyBlocks) {
     using T = TypeParam;
     for (int sections : {1, 2, 3, 5, 6, 8}) { // every grouping of the cascade
         const auto tapsD = stableSections(sections);
@@ -71,36 +71,35 @@ TYPED_TEST(Iir, BiquadCascadeFollowsTheDifferenceEquationInAnyBlocks)
         std::vector<uint8_t> buffer(bytes + 3);
         Vec::IirState<T>* state = nullptr;
         // A buffer that starts off any alignment.
-        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
+        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3),
+                  Vec::StsNoErr);
         std::vector<T> y(x.size());
         for (std::size_t start = 0, block = 1; start < x.size(); start += block, block = block * 3 % 37 + 1) {
             const int len = int(std::min(block, x.size() - start));
             ASSERT_EQ(Vec::iir(x.data() + start, y.data() + start, len, state), Vec::StsNoErr);
         }
         for (std::size_t n = 0; n < x.size(); ++n)
-            ASSERT_NEAR(y[n], expected[n], tolerance<T>() * std::max(1.0, std::fabs(expected[n]))) << sections << " sections, sample " << n;
+            ASSERT_NEAR(y[n], expected[n], tolerance<T>() * std::max(1.0, std::fabs(expected[n])))
+                << sections << " sections, sample " << n;
 
         // In place, from a fresh start, gives the same.
-        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3), Vec::StsNoErr);
+        ASSERT_EQ(Vec::iirInitBiQuad(&state, taps.data(), sections, nullptr, buffer.data() + 3),
+                  Vec::StsNoErr);
         auto z = x;
         ASSERT_EQ(Vec::iir(z.data(), z.data(), int(z.size()), state), Vec::StsNoErr);
-        for (std::size_t n = 0; n < x.size(); ++n)
-            ASSERT_NEAR(z[n], y[n], tolerance<T>());
+        for (std::size_t n = 0; n < x.size(); ++n) ASSERT_NEAR(z[n], y[n], tolerance<T>());
     }
 }
 
-TYPED_TEST(Iir, DirectFormFollowsTheDifferenceEquation)
-{
+TYPED_TEST(Iir, DirectFormFollowsTheDifferenceEquation) {
     using T = TypeParam;
     // Order 3: (1 - 0.5 z^-1)(1 + 0.2 z^-1 + 0.6 z^-2) below, scaled by a0 = 2.
     const double b[4] = {0.3, 0.1, -0.2, 0.05};
     const double a[4] = {1, -0.3, 0.5, -0.3};
     for (int order : {2, 3}) {
         std::vector<T> taps;
-        for (int k = 0; k <= order; ++k)
-            taps.push_back(T(2 * b[k]));
-        for (int k = 0; k <= order; ++k)
-            taps.push_back(T(2 * a[k]));
+        for (int k = 0; k <= order; ++k) taps.push_back(T(2 * b[k]));
+        for (int k = 0; k <= order; ++k) taps.push_back(T(2 * a[k]));
         const auto x = noise<T>(501, 9);
         int bytes = 0;
         ASSERT_EQ(Vec::iirGetStateSize(order, bytes), Vec::StsNoErr);
@@ -114,11 +113,9 @@ TYPED_TEST(Iir, DirectFormFollowsTheDifferenceEquation)
         for (std::size_t n = 0; n < x.size(); ++n) {
             double acc = 0;
             for (int k = 0; k <= order; ++k)
-                if (n >= std::size_t(k))
-                    acc += b[k] * x[n - k];
+                if (n >= std::size_t(k)) acc += b[k] * x[n - k];
             for (int k = 1; k <= order; ++k)
-                if (n >= std::size_t(k))
-                    acc -= a[k] * ref[n - k];
+                if (n >= std::size_t(k)) acc -= a[k] * ref[n - k];
             ref[n] = acc;
         }
         for (std::size_t n = 0; n < x.size(); ++n)
@@ -126,8 +123,7 @@ TYPED_TEST(Iir, DirectFormFollowsTheDifferenceEquation)
     }
 }
 
-TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps)
-{
+TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps) {
     using T = TypeParam;
     const auto x = noise<T>(400, 4);
     const auto tapsA = stableSections(2);
@@ -177,8 +173,7 @@ TYPED_TEST(Iir, DelayLineCarriesMemoryAcrossStatesAndTaps)
     EXPECT_NEAR(response[0], (tapsB[0] / tapsB[3]) * (tapsB[6] / tapsB[9]), tolerance<T>());
 }
 
-TYPED_TEST(Iir, BadArgumentsAreRefused)
-{
+TYPED_TEST(Iir, BadArgumentsAreRefused) {
     using T = TypeParam;
     int bytes = 0;
     EXPECT_EQ(Vec::iirGetStateSizeBiQuad(0, bytes), Vec::StsSizeErr);

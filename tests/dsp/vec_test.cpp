@@ -18,49 +18,44 @@ namespace {
 const std::size_t kLengths[] = {1, 3, 7, 15, 17, 33, 63, 101, 1001};
 const std::size_t kOffsets[] = {0, 1, 3}; // elements past an aligned start
 
-template <class T> std::vector<T> randomValues(std::size_t n, unsigned seed, T scale = 2)
-{
+template <class T>
+std::vector<T> randomValues(std::size_t n, unsigned seed, T scale = 2) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> dist(-1.0, 1.0);
     std::vector<T> v(n);
-    for (auto& x : v)
-        x = static_cast<T>(dist(rng) * scale);
+    for (auto& x : v) x = static_cast<T>(dist(rng) * scale);
     return v;
 }
 
 // An aligned buffer with guard values around the used range, so that a write
 // past either end shows up.
-template <class T> struct Guarded {
+template <class T>
+struct Guarded {
     static constexpr std::size_t kGuard = 16;
     static constexpr T kMark = T(12345.5);
-    Guarded(std::size_t n, std::size_t offset) : n(n), offset(offset)
-    {
+    Guarded(std::size_t n, std::size_t offset) : n(n), offset(offset) {
         base = Vec::malloc<T>(n + offset + 2 * kGuard);
-        for (std::size_t i = 0; i < n + offset + 2 * kGuard; ++i)
-            base[i] = kMark;
+        for (std::size_t i = 0; i < n + offset + 2 * kGuard; ++i) base[i] = kMark;
     }
     ~Guarded() { Vec::free(base); }
     T* data() { return base + kGuard + offset; }
-    bool guardsIntact() const
-    {
+    bool guardsIntact() const {
         for (std::size_t i = 0; i < kGuard + offset; ++i)
-            if (base[i] != kMark)
-                return false;
+            if (base[i] != kMark) return false;
         for (std::size_t i = kGuard + offset + n; i < n + offset + 2 * kGuard; ++i)
-            if (base[i] != kMark)
-                return false;
+            if (base[i] != kMark) return false;
         return true;
     }
     std::size_t n, offset;
     T* base;
 };
 
-template <class T> class VecOps : public ::testing::Test {};
+template <class T>
+class VecOps : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(VecOps, SampleTypes);
 
-TYPED_TEST(VecOps, AllocationIsAlignedAndZeroSizeIsNull)
-{
+TYPED_TEST(VecOps, AllocationIsAlignedAndZeroSizeIsNull) {
     using T = TypeParam;
     Vec::init(); // twice is harmless
     Vec::init();
@@ -77,8 +72,7 @@ TYPED_TEST(VecOps, AllocationIsAlignedAndZeroSizeIsNull)
     Vec::free(nullptr);
 }
 
-TYPED_TEST(VecOps, ElementWiseMatchPlainLoops)
-{
+TYPED_TEST(VecOps, ElementWiseMatchPlainLoops) {
     using T = TypeParam;
     using Binary = std::function<void(const T*, const T*, T*, std::size_t)>;
     using Reference = std::function<T(T, T)>;
@@ -87,17 +81,20 @@ TYPED_TEST(VecOps, ElementWiseMatchPlainLoops)
         {Vec::sub<T>, [](T a, T b) { return a - b; }},
         {Vec::mul<T>, [](T a, T b) { return a * b; }},
         {[](const T* a, const T*, T* d, std::size_t n) { Vec::mulC<T>(a, T(-0.75), d, n); },
-            [](T a, T) { return a * T(-0.75); }},
-        {[](const T* a, const T* b, T* d, std::size_t n) { Vec::copy(b, d, n); Vec::addProductC<T>(a, T(0.3), d, n); },
-            [](T a, T b) { return b + a * T(0.3); }},
+         [](T a, T) { return a * T(-0.75); }},
+        {[](const T* a, const T* b, T* d, std::size_t n) {
+             Vec::copy(b, d, n);
+             Vec::addProductC<T>(a, T(0.3), d, n);
+         },
+         [](T a, T b) { return b + a * T(0.3); }},
         {[](const T* a, const T*, T* d, std::size_t n) { Vec::clampMag<T>(a, T(-0.5), d, n); },
-            [](T a, T) { return a > T(0.5) ? T(0.5) : a < T(-0.5) ? T(-0.5) : a; }},
-        {[](const T* a, const T*, T* d, std::size_t n) { Vec::copy(a, d, n); },
-            [](T a, T) { return a; }},
+         [](T a, T) { return a > T(0.5)    ? T(0.5)
+                             : a < T(-0.5) ? T(-0.5)
+                                           : a; }},
+        {[](const T* a, const T*, T* d, std::size_t n) { Vec::copy(a, d, n); }, [](T a, T) { return a; }},
         {[](const T*, const T* b, T* d, std::size_t n) { Vec::fill(b[0], d, n); },
-            [](T, T) { return T(0); }}, // checked below: fill takes b[0]
-        {[](const T*, const T*, T* d, std::size_t n) { Vec::zero(d, n); },
-            [](T, T) { return T(0); }},
+         [](T, T) { return T(0); }}, // checked below: fill takes b[0]
+        {[](const T*, const T*, T* d, std::size_t n) { Vec::zero(d, n); }, [](T, T) { return T(0); }},
     };
     for (std::size_t n : kLengths) {
         for (std::size_t offset : kOffsets) {
@@ -110,7 +107,8 @@ TYPED_TEST(VecOps, ElementWiseMatchPlainLoops)
                 binaries[op].first(ga.data(), gb.data(), gd.data(), n);
                 for (std::size_t i = 0; i < n; ++i) {
                     const T expected = op == 7 ? b[0] : binaries[op].second(a[i], b[i]);
-                    ASSERT_EQ(gd.data()[i], expected) << "op " << op << " n " << n << " offset " << offset << " i " << i;
+                    ASSERT_EQ(gd.data()[i], expected)
+                        << "op " << op << " n " << n << " offset " << offset << " i " << i;
                 }
                 EXPECT_TRUE(ga.guardsIntact() && gb.guardsIntact() && gd.guardsIntact()) << "op " << op;
                 // In place: the destination is the first source.
@@ -124,8 +122,7 @@ TYPED_TEST(VecOps, ElementWiseMatchPlainLoops)
     }
 }
 
-TYPED_TEST(VecOps, MaxAbsAndConversion)
-{
+TYPED_TEST(VecOps, MaxAbsAndConversion) {
     using T = TypeParam;
     for (std::size_t n : kLengths) {
         for (std::size_t offset : kOffsets) {
@@ -153,8 +150,7 @@ TYPED_TEST(VecOps, MaxAbsAndConversion)
     EXPECT_EQ(d[1000], 0.0);
 }
 
-TYPED_TEST(VecOps, CopyOverlapsLikeMemmove)
-{
+TYPED_TEST(VecOps, CopyOverlapsLikeMemmove) {
     using T = TypeParam;
     std::vector<T> v = {1, 2, 3, 4, 5, 6, 7};
     Vec::copy(v.data(), v.data() + 2, 5);
@@ -163,8 +159,7 @@ TYPED_TEST(VecOps, CopyOverlapsLikeMemmove)
     EXPECT_EQ(v, (std::vector<T>{1, 2, 3, 4, 5, 4, 5}));
 }
 
-TYPED_TEST(VecOps, NullAndEmptyArgumentsDoNothing)
-{
+TYPED_TEST(VecOps, NullAndEmptyArgumentsDoNothing) {
     using T = TypeParam;
     T x[3] = {1, 2, 3};
     T* null = nullptr;
@@ -196,8 +191,7 @@ TYPED_TEST(VecOps, NullAndEmptyArgumentsDoNothing)
     EXPECT_EQ(x[0], T(1));
 }
 
-TYPED_TEST(VecOps, SampleUpStuffsZerosAtThePhase)
-{
+TYPED_TEST(VecOps, SampleUpStuffsZerosAtThePhase) {
     using T = TypeParam;
     const T src[3] = {1, 2, 3};
     T dst[9];
@@ -206,8 +200,7 @@ TYPED_TEST(VecOps, SampleUpStuffsZerosAtThePhase)
     EXPECT_EQ(len, 9);
     EXPECT_EQ(phase, 1);
     const T expected[9] = {0, 1, 0, 0, 2, 0, 0, 3, 0};
-    for (int i = 0; i < 9; ++i)
-        EXPECT_EQ(dst[i], expected[i]) << i;
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(dst[i], expected[i]) << i;
 
     EXPECT_EQ(Vec::sampleUp(src, 3, dst, len, 0, phase), Vec::StsSampleFactorErr);
     phase = 3;
@@ -215,15 +208,13 @@ TYPED_TEST(VecOps, SampleUpStuffsZerosAtThePhase)
 }
 
 // Decimation keeps its phase across blocks.
-TYPED_TEST(VecOps, SampleDownContinuesAcrossBlocks)
-{
+TYPED_TEST(VecOps, SampleDownContinuesAcrossBlocks) {
     using T = TypeParam;
     int len = 0, phase = 0;
     // A long signal decimated in odd blocks equals every factor-th sample of it.
     const int total = 997, factor = 4;
     std::vector<T> signal(total), out;
-    for (int i = 0; i < total; ++i)
-        signal[i] = T(i);
+    for (int i = 0; i < total; ++i) signal[i] = T(i);
     phase = 3;
     for (int start = 0, block = 1; start < total; start += block, block = block % 13 + 2) {
         const int n = std::min(block, total - start);
@@ -233,12 +224,10 @@ TYPED_TEST(VecOps, SampleDownContinuesAcrossBlocks)
     }
     ASSERT_EQ(out.size(), static_cast<std::size_t>((total - 3 + factor - 1) / factor));
     EXPECT_EQ(phase, (3 - total % factor + factor) % factor);
-    for (std::size_t k = 0; k < out.size(); ++k)
-        ASSERT_EQ(out[k], T(3 + factor * static_cast<int>(k)));
+    for (std::size_t k = 0; k < out.size(); ++k) ASSERT_EQ(out[k], T(3 + factor * static_cast<int>(k)));
 }
 
-TYPED_TEST(VecOps, MatInvert)
-{
+TYPED_TEST(VecOps, MatInvert) {
     using T = TypeParam;
     const T tol = std::is_same_v<T, float> ? T(2e-5) : T(1e-12);
     T inv[4], work[4];
@@ -246,18 +235,15 @@ TYPED_TEST(VecOps, MatInvert)
     // A row exchange is needed (zero on the diagonal), and dst may be src.
     for (int n = 1; n <= 9; ++n) {
         auto m = randomValues<T>(static_cast<std::size_t>(n * n), static_cast<unsigned>(n));
-        for (int i = 0; i < n; ++i)
-            m[i * n + i] += T(n); // well conditioned
-        if (n > 1)
-            m[0] = 0;
+        for (int i = 0; i < n; ++i) m[i * n + i] += T(n); // well conditioned
+        if (n > 1) m[0] = 0;
         auto x = m;
         std::vector<T> w(static_cast<std::size_t>(Vec::matInvertWorkSize(n)));
         ASSERT_EQ(Vec::matInvert(x.data(), x.data(), n, w.data()), Vec::StsNoErr) << n;
         for (int r = 0; r < n; ++r)
             for (int c = 0; c < n; ++c) {
                 double s = 0;
-                for (int k = 0; k < n; ++k)
-                    s += double(m[r * n + k]) * double(x[k * n + c]);
+                for (int k = 0; k < n; ++k) s += double(m[r * n + k]) * double(x[k * n + c]);
                 EXPECT_NEAR(s, r == c ? 1.0 : 0.0, 20 * tol) << n << " " << r << " " << c;
             }
     }

@@ -17,15 +17,13 @@ class TestEffect : public AudioEffect {
 public:
     PLX_OBJ_METHODS(TestEffect, AudioEffect, "Test::TestEffect")
     static TestEffect* make() { return new TestEffect; }
-    tresult receiveText(const char* text) override
-    {
+    tresult receiveText(const char* text) override {
         received.push_back(text);
         return kResultOk;
     }
     std::vector<std::string> received;
     bool wants64 = false;
-    tresult canProcessSampleSize(int32 size) override
-    {
+    tresult canProcessSampleSize(int32 size) override {
         return size == kSample32 || (wants64 && size == kSample64) ? kResultOk : kResultFalse;
     }
 };
@@ -37,21 +35,20 @@ struct Ref {
     T* operator->() { return p; }
 };
 
-IPtr<Host::HostApplication> makeHost() { return IPtr<Host::HostApplication>::adopt(Host::HostApplication::create()); }
+IPtr<Host::HostApplication> makeHost() {
+    return IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
+}
 
-IPtr<IMessage> textMessage(const char16* text)
-{
+IPtr<IMessage> textMessage(const char16* text) {
     auto message = IPtr<IMessage>::adopt(Host::HostMessage::create());
     message->setMessageID("TextMessage");
-    if (text)
-        message->getAttributes()->setString("Text", text);
+    if (text) message->getAttributes()->setString("Text", text);
     return message;
 }
 
 } // namespace
 
-TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex)
-{
+TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex) {
     Ref<TestEffect> fx;
     for (const char* base : {"Plx::AudioEffect", "Plx::Component", "Plx::ComponentBase", "FObject"})
         EXPECT_TRUE(fx->isTypeOf(base, true)) << base;
@@ -62,8 +59,12 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex)
     EXPECT_EQ(fx->getAudioInput(1), nullptr);
     EXPECT_EQ(fx->getAudioInput(-1), nullptr);
     // (media type, direction) -> count; unknown kinds have none.
-    for (auto [type, dir, count] : {std::tuple<int32, int32, int32>{kAudio, kInput, 1}, {kAudio, kOutput, 1}, {kEvent, kInput, 1},
-                                    {kEvent, kOutput, 0}, {2, kInput, 0}, {kAudio, 2, 0}})
+    for (auto [type, dir, count] : {std::tuple<int32, int32, int32>{kAudio, kInput, 1},
+                                    {kAudio, kOutput, 1},
+                                    {kEvent, kInput, 1},
+                                    {kEvent, kOutput, 0},
+                                    {2, kInput, 0},
+                                    {kAudio, 2, 0}})
         EXPECT_EQ(fx->getBusCount(type, dir), count) << type << " " << dir;
 
     BusInfo info{};
@@ -99,8 +100,7 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex)
     EXPECT_EQ(fx->getBusCount(kEvent, kInput), 0);
 }
 
-TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists)
-{
+TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists) {
     Ref<TestEffect> fx;
     fx->addAudioInput(u"In", 0x3);
     fx->addAudioOutput(u"Out", 0x3);
@@ -123,8 +123,7 @@ TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists)
     EXPECT_EQ(fx->getBusArrangement(kInput, 0, nullptr), kInvalidArgument);
 }
 
-TEST(ComponentProcessing, SetupKeepsTheOldSampleSizeOnRefusal)
-{
+TEST(ComponentProcessing, SetupKeepsTheOldSampleSizeOnRefusal) {
     Ref<TestEffect> fx;
     PlxProcessSetup setup{kOffline, kSample64, 512, 48000.0};
     EXPECT_EQ(fx->setupProcessing(&setup), kResultFalse); // the rest of the setup is taken
@@ -145,8 +144,7 @@ TEST(ComponentProcessing, SetupKeepsTheOldSampleSizeOnRefusal)
     EXPECT_EQ(fx->getControllerClassId(nullptr), kInvalidArgument);
 }
 
-TEST(ComponentInterfaces, QueriesReachEveryFaceOfOneObject)
-{
+TEST(ComponentInterfaces, QueriesReachEveryFaceOfOneObject) {
     Ref<TestEffect> fx;
     for (const TUID& iid : {FUnknown::iid, IPluginBase::iid, IConnectionPoint::iid, IComponent::iid,
                             IAudioProcessor::iid, IProcessContextRequirements::iid, FObject::iid}) {
@@ -160,8 +158,7 @@ TEST(ComponentInterfaces, QueriesReachEveryFaceOfOneObject)
     EXPECT_EQ(obj, nullptr);
 }
 
-TEST(ComponentLife, InitializeAndConnectHoldOneOfEach)
-{
+TEST(ComponentLife, InitializeAndConnectHoldOneOfEach) {
     auto host = makeHost();
     auto other = makeHost();
     Ref<TestEffect> fx;
@@ -192,8 +189,7 @@ TEST(ComponentLife, InitializeAndConnectHoldOneOfEach)
     fx->terminate();
 }
 
-TEST(ComponentMessages, TextMessagesArriveAsUtf8AndAreCutTo255)
-{
+TEST(ComponentMessages, TextMessagesArriveAsUtf8AndAreCutTo255) {
     auto host = makeHost();
     Ref<TestEffect> fx;
     Ref<TestEffect> peer;
@@ -211,8 +207,7 @@ TEST(ComponentMessages, TextMessagesArriveAsUtf8AndAreCutTo255)
     EXPECT_EQ(fx->sendTextMessage(std::string(300, 'a').c_str()), kResultOk);
     // Two-byte characters: 200 of them are 400 bytes; the cut keeps 127 whole ones.
     std::string umlauts;
-    for (int i = 0; i < 200; ++i)
-        umlauts += "\xC3\xA4";
+    for (int i = 0; i < 200; ++i) umlauts += "\xC3\xA4";
     EXPECT_EQ(fx->sendTextMessage(umlauts.c_str()), kResultOk);
     ASSERT_EQ(peer->received.size(), 3u);
     EXPECT_EQ(peer->received[0], "hello");

@@ -17,8 +17,7 @@ using namespace Tannhofen::Plx;
 namespace {
 
 ParamInfoRecord row(int32 id, const char* title, int32 type, uint32 flags, double min, double max, double def,
-                    int32 precision = 0)
-{
+                    int32 precision = 0) {
     ParamInfoRecord r;
     std::memset(&r, 0, sizeof r);
     r.id = id;
@@ -36,7 +35,7 @@ ParamInfoRecord row(int32 id, const char* title, int32 type, uint32 flags, doubl
 
 const ParamInfoRecord kTable[] = {
     row(128, "Center Level", 1, 1, 0.0, 1.0, 0.75, 2),
-    row(137, "Parts", 0, 0, 0.0, 3.9, 2.7),           // integer: 0 to 3, starting at 2
+    row(137, "Parts", 0, 0, 0.0, 3.9, 2.7),               // integer: 0 to 3, starting at 2
     row(133, "Low Pass Filter", 2, 1 | 4, 0.0, 1.0, 0.5), // on/off, read-only, on
     row(131, "Solo To Center", 2, 0x20000, 0.0, 1.0, 0.49),
     row(130, "Output Arrangement", 4, 0x20000, 0.0, 1.0, 0.0),
@@ -50,8 +49,7 @@ public:
 
 protected:
     std::span<const ParamInfoRecord> getParamTable() const override { return kTable; }
-    void beforeParameters(FUnknown* context) override
-    {
+    void beforeParameters(FUnknown* context) override {
         calls.push_back(context ? "before with context" : "before");
     }
     bool wantsParameter(ParamID id) override { return id != 199; }
@@ -63,16 +61,14 @@ struct Fixture {
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     TestController* controller = new TestController;
     Fixture() { EXPECT_EQ(controller->initialize(host->unknown()), kResultOk); }
-    ~Fixture()
-    {
+    ~Fixture() {
         controller->terminate();
         EXPECT_EQ(controller->getParameterCount(), 0);
         controller->release();
     }
 };
 
-std::u16string str(IPlxEditController* c, ParamID id, ParamValue v)
-{
+std::u16string str(IPlxEditController* c, ParamID id, ParamValue v) {
     char16 out[128] = {};
     EXPECT_EQ(c->getParamStringByValue(id, v, out), kResultOk);
     return out;
@@ -80,8 +76,7 @@ std::u16string str(IPlxEditController* c, ParamID id, ParamValue v)
 
 } // namespace
 
-TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks)
-{
+TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks) {
     Fixture f;
     TestController* c = f.controller;
     EXPECT_EQ(c->calls, (std::vector<std::string>{"before with context", "after 4", "done"}));
@@ -125,8 +120,7 @@ TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks)
     EXPECT_EQ(c->getParameterCount(), 4);
 }
 
-TEST(ControllerParameters, EveryOperationReachesTheParameterById)
-{
+TEST(ControllerParameters, EveryOperationReachesTheParameterById) {
     Fixture f;
     TestController* c = f.controller;
     EXPECT_EQ(c->setParamNormalized(128, 1.5), kResultOk);
@@ -146,14 +140,14 @@ TEST(ControllerParameters, EveryOperationReachesTheParameterById)
     EXPECT_EQ(c->getParamStringByValue(999, 0.5, out), kResultFalse);
     EXPECT_EQ(c->getParamStringByValue(128, 0.5, nullptr), kInvalidArgument);
 
-    EXPECT_EQ(c->getEditorParameters().addParameter(u"isInsert", nullptr, 1, 0.0, 0, 807)->getInfo().id, 807u);
+    EXPECT_EQ(c->getEditorParameters().addParameter(u"isInsert", nullptr, 1, 0.0, 0, 807)->getInfo().id,
+              807u);
     EXPECT_EQ(c->getParameterInfo(807, nullptr), kInvalidArgument);
     ParameterInfo info{};
     EXPECT_EQ(c->getParameterInfo(807, &info), kResultFalse); // the host doesn't see it
 }
 
-TEST(ControllerHandler, EditsAndRestartsGoToTheHostWhenThereIsOne)
-{
+TEST(ControllerHandler, EditsAndRestartsGoToTheHostWhenThereIsOne) {
     Fixture f;
     TestController* c = f.controller;
     // Without a handler: false for edits and restarts, not implemented for the rest.
@@ -185,8 +179,7 @@ TEST(ControllerHandler, EditsAndRestartsGoToTheHostWhenThereIsOne)
     EXPECT_EQ(c->beginEdit(128), kResultFalse);
 }
 
-TEST(ControllerUnits, UnitsAndProgramListsAnswerByIndexAndId)
-{
+TEST(ControllerUnits, UnitsAndProgramListsAnswerByIndexAndId) {
     Fixture f;
     TestController* c = f.controller;
     EXPECT_TRUE(c->addUnit(new Unit(u"Root", kRootUnitId, kNoParentUnitId, 7)));
@@ -207,7 +200,8 @@ TEST(ControllerUnits, UnitsAndProgramListsAnswerByIndexAndId)
     EXPECT_EQ(c->getProgramName(7, 2, name), kResultFalse);
     EXPECT_EQ(c->getProgramName(8, 0, name), kResultFalse);
 
-    for (const TUID& iid : {IPlxEditController::iid, IPlxUnitInfo::iid, IConnectionPoint::iid, IPluginBase::iid}) {
+    for (const TUID& iid :
+         {IPlxEditController::iid, IPlxUnitInfo::iid, IConnectionPoint::iid, IPluginBase::iid}) {
         void* obj = nullptr;
         ASSERT_EQ(c->queryInterface(iid, &obj), kResultOk);
         static_cast<FUnknown*>(obj)->release();

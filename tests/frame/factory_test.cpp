@@ -20,7 +20,9 @@ public:
     ~CountedEffect() override { --liveEffects; }
 };
 
-FUnknown* noInstance(void*) { return nullptr; }
+FUnknown* noInstance(void*) {
+    return nullptr;
+}
 
 const FUID kEffectUID{0x11111111, 0x22222222, 0x33333333, 0x44444444};
 const FUID kEmptyUID{0x55555555, 0x66666666, 0x77777777, 0x88888888};
@@ -37,8 +39,7 @@ struct GateReset {
 
 } // namespace
 
-TEST(FactoryGate, AFailedCheckGivesNoFactoryAtAll)
-{
+TEST(FactoryGate, AFailedCheckGivesNoFactoryAtAll) {
     GateReset reset;
     overrideCopyProtectionForTesting(0);
     EXPECT_FALSE(copyProtectionPasses());
@@ -52,8 +53,7 @@ TEST(FactoryGate, AFailedCheckGivesNoFactoryAtAll)
     EXPECT_EQ(factory->release(), 0u);
 }
 
-TEST(FactoryCreate, TheHostsReferenceIsTheOnlyOneOrTheObjectDies)
-{
+TEST(FactoryCreate, TheHostsReferenceIsTheOnlyOneOrTheObjectDies) {
     IPlxFactory* factory = getPluginFactory(kRows);
     ASSERT_NE(factory, nullptr);
 
@@ -79,8 +79,7 @@ TEST(FactoryCreate, TheHostsReferenceIsTheOnlyOneOrTheObjectDies)
     factory->release();
 }
 
-TEST(FactoryRegister, SixteenBitEntriesAndGrowth)
-{
+TEST(FactoryRegister, SixteenBitEntriesAndGrowth) {
     auto* factory = static_cast<PlxFactory*>(getPluginFactory({}));
     ASSERT_NE(factory, nullptr);
     ClassInfo2 info2{};
@@ -120,21 +119,20 @@ TEST(FactoryRegister, SixteenBitEntriesAndGrowth)
     EXPECT_EQ(factory->release(), 0u);
 }
 
-TEST(FactoryRecords, FieldsLieAtTheirOffsets)
-{
-    const size_t offsets[] = {offsetof(ClassInfo, cardinality),    offsetof(ClassInfo, category),     offsetof(ClassInfo, name),
-                              offsetof(ClassInfo2, classFlags),    offsetof(ClassInfo2, subCategories), offsetof(ClassInfo2, vendor),
-                              offsetof(ClassInfo2, version),       offsetof(ClassInfo2, sdkVersion),  offsetof(ClassInfoW, name),
-                              offsetof(ClassInfoW, classFlags),    offsetof(ClassInfoW, subCategories), offsetof(ClassInfoW, vendor),
-                              offsetof(ClassInfoW, version),       offsetof(ClassInfoW, sdkVersion),  offsetof(FactoryInfo, url),
-                              offsetof(FactoryInfo, email),        offsetof(FactoryInfo, flags)};
-    const size_t expected[] = {16, 20, 52, 116, 120, 248, 312, 376, 52, 180, 184, 312, 440, 568, 64, 320, 448};
-    for (size_t i = 0; i < std::size(expected); ++i)
-        EXPECT_EQ(offsets[i], expected[i]) << i;
+TEST(FactoryRecords, FieldsLieAtTheirOffsets) {
+    const size_t offsets[] = {
+        offsetof(ClassInfo, cardinality), offsetof(ClassInfo, category),       offsetof(ClassInfo, name),
+        offsetof(ClassInfo2, classFlags), offsetof(ClassInfo2, subCategories), offsetof(ClassInfo2, vendor),
+        offsetof(ClassInfo2, version),    offsetof(ClassInfo2, sdkVersion),    offsetof(ClassInfoW, name),
+        offsetof(ClassInfoW, classFlags), offsetof(ClassInfoW, subCategories), offsetof(ClassInfoW, vendor),
+        offsetof(ClassInfoW, version),    offsetof(ClassInfoW, sdkVersion),    offsetof(FactoryInfo, url),
+        offsetof(FactoryInfo, email),     offsetof(FactoryInfo, flags)};
+    const size_t expected[] = {16,  20,  52,  116, 120, 248, 312, 376, 52,
+                               180, 184, 312, 440, 568, 64,  320, 448};
+    for (size_t i = 0; i < std::size(expected); ++i) EXPECT_EQ(offsets[i], expected[i]) << i;
 }
 
-TEST(FactoryModule, LoadCountAnswersFalseOnlyBelowZero)
-{
+TEST(FactoryModule, LoadCountAnswersFalseOnlyBelowZero) {
     int marker = 0;
     EXPECT_TRUE(initModule(&marker));
     EXPECT_TRUE(initModule(nullptr)); // a second load keeps the first handle

@@ -16,8 +16,7 @@ using namespace Tannhofen::Plx;
 
 namespace {
 
-std::string hex(const TUID& id)
-{
+std::string hex(const TUID& id) {
     static const char digits[] = "0123456789ABCDEF";
     std::string s;
     for (uint8_t b : id) {
@@ -34,8 +33,7 @@ struct Animal : FObject {
 struct Dog : Animal {
     PLX_OBJ_METHODS(Dog, Animal, "Test::Dog")
     explicit Dog(int32* seenCount = nullptr) : seen(seenCount) {}
-    ~Dog() override
-    {
+    ~Dog() override {
         if (seen) {
             *seen = getRefCount();
             // A stray release from inside the destructor must not free it again.
@@ -49,12 +47,10 @@ struct Listener : IDependent {
     tresult queryInterface(const TUID&, void**) override { return kNoInterface; }
     uint32 addRef() override { return 1; }
     uint32 release() override { return 1; }
-    void update(FUnknown* changedUnknown, int32 message) override
-    {
+    void update(FUnknown* changedUnknown, int32 message) override {
         last = changedUnknown;
         messages.push_back(message);
-        if (leaveFrom)
-            leaveFrom->removeDependent(this);
+        if (leaveFrom) leaveFrom->removeDependent(this);
     }
     FUnknown* last = nullptr;
     std::vector<int32> messages;
@@ -63,10 +59,10 @@ struct Listener : IDependent {
 
 } // namespace
 
-TEST(FUnknownIds, FourWordsLieInMemoryInTheClassIdLayout)
-{
+TEST(FUnknownIds, FourWordsLieInMemoryInTheClassIdLayout) {
     // Four words as the bytes a host compares: every byte position lands in exactly one place.
-    EXPECT_EQ(hex(makeTUID(0x03020100, 0x07060504, 0x08090A0B, 0x0C0D0E0F)), "000102030607040508090A0B0C0D0E0F");
+    EXPECT_EQ(hex(makeTUID(0x03020100, 0x07060504, 0x08090A0B, 0x0C0D0E0F)),
+              "000102030607040508090A0B0C0D0E0F");
 
     // Interface IDs, as the bytes a host compares.
     EXPECT_EQ(hex(IPluginBase::iid), "DB8D88226E15AE458358B34808190625");
@@ -88,8 +84,7 @@ TEST(FUnknownIds, FourWordsLieInMemoryInTheClassIdLayout)
     EXPECT_EQ(static_cast<uint32_t>(kNoInterface), 0x80004002u);
 }
 
-TEST(FObjectLife, CountsReferencesAndDiesOnceWithTheSentinel)
-{
+TEST(FObjectLife, CountsReferencesAndDiesOnceWithTheSentinel) {
     int32 seen = 0;
     auto* dog = new Dog(&seen);
     EXPECT_EQ(dog->getRefCount(), 1);
@@ -115,8 +110,7 @@ TEST(FObjectLife, CountsReferencesAndDiesOnceWithTheSentinel)
     EXPECT_EQ(seen, FObject::kDestroyingCount);
 }
 
-TEST(FObjectNames, IsTypeOfWalksUpTheChainOnlyWhenAsked)
-{
+TEST(FObjectNames, IsTypeOfWalksUpTheChainOnlyWhenAsked) {
     Dog* dog = new Dog;
     EXPECT_STREQ(dog->getClassName(), "Test::Dog");
     EXPECT_FALSE(dog->isTypeOf("Test::Animal", false));
@@ -135,8 +129,7 @@ TEST(FObjectNames, IsTypeOfWalksUpTheChainOnlyWhenAsked)
     dog->release();
 }
 
-TEST(FObjectDependents, ChangesReachEachDependentOnceUntilRemoved)
-{
+TEST(FObjectDependents, ChangesReachEachDependentOnceUntilRemoved) {
     auto* subject = new Animal;
     Listener a, b;
     subject->addDependent(&a);
@@ -161,13 +154,13 @@ TEST(FObjectDependents, ChangesReachEachDependentOnceUntilRemoved)
     subject->release();
 }
 
-TEST(ParamInfoRecordLayout, FieldsLieAtTheirOffsets)
-{
+TEST(ParamInfoRecordLayout, FieldsLieAtTheirOffsets) {
     // 4 + 3 * 128 = 388, padded to 392 for the doubles.
     using R = ParamInfoRecord;
-    const size_t offsets[] = {offsetof(R, name), offsetof(R, title),  offsetof(R, units),  offsetof(R, min),       offsetof(R, step),
-                              offsetof(R, type), offsetof(R, flags), offsetof(R, format), offsetof(R, precision), offsetof(R, reserved)};
+    const size_t offsets[] = {offsetof(R, name),    offsetof(R, title),  offsetof(R, units),
+                              offsetof(R, min),     offsetof(R, step),   offsetof(R, type),
+                              offsetof(R, flags),   offsetof(R, format), offsetof(R, precision),
+                              offsetof(R, reserved)};
     const size_t expected[] = {4, 132, 260, 392, 416, 424, 428, 432, 444, 452};
-    for (size_t i = 0; i < std::size(expected); ++i)
-        EXPECT_EQ(offsets[i], expected[i]) << i;
+    for (size_t i = 0; i < std::size(expected); ++i) EXPECT_EQ(offsets[i], expected[i]) << i;
 }

@@ -9,8 +9,7 @@ using namespace Tannhofen::Plx;
 
 namespace {
 
-std::u16string text(const Parameter& p, ParamValue v)
-{
+std::u16string text(const Parameter& p, ParamValue v) {
     char16 out[128];
     p.toString(v, out);
     return out;
@@ -35,8 +34,7 @@ struct Counter : IDependent {
 
 } // namespace
 
-TEST(ParameterValue, ClampsAndTellsDependentsOnlyOfRealChanges)
-{
+TEST(ParameterValue, ClampsAndTellsDependentsOnlyOfRealChanges) {
     Owned<Parameter> p(new Parameter(u"Reset", 256, nullptr, 0.0, 1));
     Counter counter;
     p->addDependent(&counter);
@@ -50,8 +48,7 @@ TEST(ParameterValue, ClampsAndTellsDependentsOnlyOfRealChanges)
     p->removeDependent(&counter);
 }
 
-TEST(ParameterText, OnOffAndPrecision)
-{
+TEST(ParameterText, OnOffAndPrecision) {
     Owned<Parameter> onOff(new Parameter(u"Low Pass Filter", 133, nullptr, 0.0, 1));
     EXPECT_EQ(text(*onOff, 0.5), u"Off"); // exactly half is still off
     EXPECT_EQ(text(*onOff, 0.5000001), u"On");
@@ -73,16 +70,15 @@ TEST(ParameterText, OnOffAndPrecision)
     EXPECT_EQ(level->toNormalized(0.3), 0.3);
 }
 
-TEST(ParameterRange, IntegerStepsSplitTheRangeEvenly)
-{
+TEST(ParameterRange, IntegerStepsSplitTheRangeEvenly) {
     // 0 to 3 in three steps: four equal parts of the normalized range.
     Owned<RangeParameter> parts(new RangeParameter(u"Parts", 137, nullptr, 0.0, 3.0, 2.0, 3));
     EXPECT_DOUBLE_EQ(parts->getNormalized(), 2.0 / 3.0);
     EXPECT_DOUBLE_EQ(parts->getInfo().defaultNormalizedValue, 2.0 / 3.0);
-    for (auto [normalized, plain] : {std::pair{0.0, 0.0}, {0.2499, 0.0}, {0.25, 1.0}, {0.74, 2.0}, {1.0, 3.0}})
+    for (auto [normalized, plain] :
+         {std::pair{0.0, 0.0}, {0.2499, 0.0}, {0.25, 1.0}, {0.74, 2.0}, {1.0, 3.0}})
         EXPECT_EQ(parts->toPlain(normalized), plain) << normalized;
-    for (int i = 0; i <= 3; ++i)
-        EXPECT_EQ(parts->toPlain(parts->toNormalized(i)), i);
+    for (int i = 0; i <= 3; ++i) EXPECT_EQ(parts->toPlain(parts->toNormalized(i)), i);
     EXPECT_EQ(text(*parts, 0.5), u"2");
     ParamValue v = 0;
     EXPECT_TRUE(parts->fromString(u"9", v)); // clamped into the range
@@ -96,8 +92,7 @@ TEST(ParameterRange, IntegerStepsSplitTheRangeEvenly)
     EXPECT_EQ(text(*gain, 1.0), u"3.0");
 }
 
-TEST(ParameterStringList, SplitAndItsDeliberatelyInexactInverse)
-{
+TEST(ParameterStringList, SplitAndItsDeliberatelyInexactInverse) {
     Owned<StringListParameter> list(new StringListParameter(u"Output Arrangement", 130));
     EXPECT_EQ(list->toPlain(0.7), 0.0); // no strings yet
     EXPECT_EQ(text(*list, 0.7), u"");
@@ -115,8 +110,7 @@ TEST(ParameterStringList, SplitAndItsDeliberatelyInexactInverse)
     for (auto [normalized, plain] : {std::pair{0.33, 0.0}, {0.34, 1.0}, {0.66, 1.0}, {0.67, 2.0}, {1.0, 2.0}})
         EXPECT_EQ(list->toPlain(normalized), plain) << normalized;
     // Index to value and back lands on the same index ...
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(list->toPlain(list->toNormalized(i)), i);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(list->toPlain(list->toNormalized(i)), i);
     // ... but value to index and back does not give the value: 0.34 -> 1 -> 0.5.
     EXPECT_EQ(list->toNormalized(1.0), 0.5);
     EXPECT_NE(list->toNormalized(list->toPlain(0.34)), 0.34);
@@ -134,8 +128,7 @@ TEST(ParameterStringList, SplitAndItsDeliberatelyInexactInverse)
     EXPECT_EQ(text(*list, 1.0), u"7.1.4");
 }
 
-TEST(ParameterContainerIds, FindsByIdAndRefusesDuplicates)
-{
+TEST(ParameterContainerIds, FindsByIdAndRefusesDuplicates) {
     ParameterContainer container;
     EXPECT_NE(container.addParameter(u"A", nullptr, 0, 0.5, 0, 10), nullptr);
     EXPECT_NE(container.addParameter(new RangeParameter(u"B", 20)), nullptr);

@@ -19,21 +19,17 @@ int alive = 0;
 
 class Processor : public AudioEffect {
 public:
-    Processor()
-    {
+    Processor() {
         setControllerClass(kControllerUID);
         ++alive;
     }
     ~Processor() override { --alive; }
-    tresult initialize(FUnknown* context) override
-    {
+    tresult initialize(FUnknown* context) override {
         const tresult result = AudioEffect::initialize(context);
-        if (result == kResultOk)
-            addAudioOutput(u"Output", 0x3);
+        if (result == kResultOk) addAudioOutput(u"Output", 0x3);
         return result;
     }
-    tresult getState(IPlxStream* stream) override
-    {
+    tresult getState(IPlxStream* stream) override {
         PlxStreamer s(stream);
         return s.writeInt32(0x12345678) && s.writeDouble(0.25) ? kResultOk : kResultFalse;
     }
@@ -43,16 +39,13 @@ class Controller : public EditController2 {
 public:
     Controller() { ++alive; }
     ~Controller() override { --alive; }
-    tresult setComponentState(IPlxStream* stream) override
-    {
+    tresult setComponentState(IPlxStream* stream) override {
         PlxStreamer s(stream);
         int32 magic = 0;
-        if (!s.readInt32(magic) || magic != 0x12345678 || !s.readDouble(level))
-            return kResultFalse;
+        if (!s.readInt32(magic) || magic != 0x12345678 || !s.readDouble(level)) return kResultFalse;
         return kResultOk;
     }
-    tresult receiveText(const char* text) override
-    {
+    tresult receiveText(const char* text) override {
         lastText = text;
         return kResultOk;
     }
@@ -69,8 +62,7 @@ const ClassTableRow kRows[] = {
 
 } // namespace
 
-TEST(HostPlugin, BuildsConnectsAndTakesDownAPair)
-{
+TEST(HostPlugin, BuildsConnectsAndTakesDownAPair) {
     IPlxFactory* factory = getPluginFactory(kRows);
     ASSERT_NE(factory, nullptr);
     auto host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());

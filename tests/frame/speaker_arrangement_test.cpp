@@ -8,8 +8,7 @@
 
 using namespace Tannhofen::Plx;
 
-TEST(SpeakerArrangement, NamesOfKnownAndUnknownMasks)
-{
+TEST(SpeakerArrangement, NamesOfKnownAndUnknownMasks) {
     EXPECT_STREQ(speakerArrangementName(0x3F, false), "5.1");
     EXPECT_STREQ(speakerArrangementName(0x3F, true), "L R C LFE Ls Rs");
     EXPECT_STREQ(speakerArrangementName(0x80000, false), "Mono");
@@ -21,15 +20,14 @@ TEST(SpeakerArrangement, NamesOfKnownAndUnknownMasks)
     EXPECT_STREQ(speakerArrangementName(0x300003F, true), "L R C LFE Ls Rs Tsl Tsl");
     EXPECT_STREQ(speakerArrangementName(0x6FF, true), "L R C Lfe Ls Rs Lc Rc Sl Sr");
     EXPECT_STREQ(speakerArrangementName(0x7FF, true), "L R C Lfe Ls Rs Lc Rc Cs Sl Sr");
-    for (SpeakerArrangement unknown : {SpeakerArrangement{0}, SpeakerArrangement{0x1}, SpeakerArrangement{0x3E},
-                                       SpeakerArrangement{0x8000000000000000ull}}) {
+    for (SpeakerArrangement unknown : {SpeakerArrangement{0}, SpeakerArrangement{0x1},
+                                       SpeakerArrangement{0x3E}, SpeakerArrangement{0x8000000000000000ull}}) {
         EXPECT_STREQ(speakerArrangementName(unknown, false), "");
         EXPECT_STREQ(speakerArrangementName(unknown, true), "");
     }
 }
 
-TEST(SpeakerArrangement, TableIsConsistent)
-{
+TEST(SpeakerArrangement, TableIsConsistent) {
     const ArrangementInfo* table = arrangementTable();
     std::set<std::string> shortNames;
     for (int32_t i = 0; i < kArrangementCount; ++i) {
@@ -41,8 +39,7 @@ TEST(SpeakerArrangement, TableIsConsistent)
         // The long name lists one word per channel.
         std::istringstream words(row.longName);
         int32_t n = 0;
-        for (std::string w; words >> w;)
-            ++n;
+        for (std::string w; words >> w;) ++n;
         EXPECT_EQ(n, channelCount(row.mask)) << row.shortName;
         EXPECT_EQ(channelCount(row.mask), getChannelCount(row.mask));
         EXPECT_STREQ(speakerArrangementName(row.mask, false), row.shortName);
@@ -52,8 +49,7 @@ TEST(SpeakerArrangement, TableIsConsistent)
     EXPECT_EQ(channelCount(~SpeakerArrangement{0}), 64);
 }
 
-TEST(SpeakerArrangement, IndexAndBitConversions)
-{
+TEST(SpeakerArrangement, IndexAndBitConversions) {
     // The 26 indices cover 26 distinct speaker bits and come back unchanged.
     const SpeakerArrangement expected[kSpeakerIndexCount] = {
         Speaker::L,   Speaker::R,   Speaker::C,   Speaker::Ls,  Speaker::Rs,  Speaker::Lc,  Speaker::Rc,

@@ -11,14 +11,12 @@ using namespace Tannhofen;
 using namespace Tannhofen::Plx;
 
 namespace {
-IPtr<Host::MemoryStream> newStream(std::vector<uint8_t> bytes = {})
-{
+IPtr<Host::MemoryStream> newStream(std::vector<uint8_t> bytes = {}) {
     return IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create(std::move(bytes)));
 }
 } // namespace
 
-TEST(Streamer, WritesLittleEndianBytes)
-{
+TEST(Streamer, WritesLittleEndianBytes) {
     auto stream = newStream();
     PlxStreamer s(stream.get());
     EXPECT_TRUE(s.writeInt32(0x12345678));
@@ -27,16 +25,16 @@ TEST(Streamer, WritesLittleEndianBytes)
     EXPECT_TRUE(s.writeDouble(-2.0));
     EXPECT_TRUE(s.writeInt64(0x0102030405060708));
     EXPECT_TRUE(s.writeBool(true));
-    const std::vector<uint8_t> expected = {0x78, 0x56, 0x34, 0x12, 0xFE, 0xFF, 0x00, 0x00, 0x80, 0x3F,
-                                           0,    0,    0,    0,    0,    0,    0,    0xC0, 8,    7,
-                                           6,    5,    4,    3,    2,    1,    1};
+    const std::vector<uint8_t> expected = {0x78, 0x56, 0x34, 0x12, 0xFE, 0xFF, 0x00, 0x00, 0x80,
+                                           0x3F, 0,    0,    0,    0,    0,    0,    0,    0xC0,
+                                           8,    7,    6,    5,    4,    3,    2,    1,    1};
     EXPECT_EQ(stream->bytes(), expected);
     EXPECT_EQ(s.tell(), 27);
 }
 
 // Writes one value, reads it back, and finds the stream ended after it.
-template <class V> void expectRoundTrip(bool (PlxStreamer::*write)(V), bool (PlxStreamer::*read)(V&), V value)
-{
+template <class V>
+void expectRoundTrip(bool (PlxStreamer::*write)(V), bool (PlxStreamer::*read)(V&), V value) {
     auto stream = newStream();
     PlxStreamer s(stream.get());
     ASSERT_TRUE((s.*write)(value));
@@ -47,8 +45,7 @@ template <class V> void expectRoundTrip(bool (PlxStreamer::*write)(V), bool (Plx
     EXPECT_FALSE((s.*read)(back));
 }
 
-TEST(Streamer, ReadsBackEveryTypeAndFailsAtTheEnd)
-{
+TEST(Streamer, ReadsBackEveryTypeAndFailsAtTheEnd) {
     expectRoundTrip<int8>(&PlxStreamer::writeInt8, &PlxStreamer::readInt8, -5);
     expectRoundTrip<int16>(&PlxStreamer::writeInt16, &PlxStreamer::readInt16, -300);
     expectRoundTrip<int32>(&PlxStreamer::writeInt32, &PlxStreamer::readInt32, -70000);
@@ -69,8 +66,7 @@ TEST(Streamer, ReadsBackEveryTypeAndFailsAtTheEnd)
     EXPECT_EQ(none.tell(), -1);
 }
 
-TEST(Streamer, TextCarriesAnOrderMarkOnlyWhenNotAscii)
-{
+TEST(Streamer, TextCarriesAnOrderMarkOnlyWhenNotAscii) {
     auto stream = newStream();
     PlxStreamer s(stream.get());
     EXPECT_TRUE(s.writeStringUtf8(std::string("kemar.sofa")));

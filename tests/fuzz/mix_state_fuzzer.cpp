@@ -23,13 +23,13 @@ using namespace Tannhofen;
 namespace {
 
 struct Plugin {
-    Plx::IPtr<Host::HostApplication> host = Plx::IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
+    Plx::IPtr<Host::HostApplication> host =
+        Plx::IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     Mix::MatrixMixer* processor = new Mix::MatrixMixer();
     Mix::MMixerController* controller = new Mix::MMixerController();
     std::vector<uint8_t> goodState;
 
-    Plugin()
-    {
+    Plugin() {
         Plx::IPlxHostApplication* context = host.get();
         processor->initialize(context);
         controller->initialize(context);
@@ -39,8 +39,7 @@ struct Plugin {
         processor->getState(saved.get());
         goodState = saved->bytes();
     }
-    ~Plugin()
-    {
+    ~Plugin() {
         controller->terminate();
         processor->terminate();
         controller->release();
@@ -48,32 +47,27 @@ struct Plugin {
     }
 };
 
-Plugin& plugin()
-{
+Plugin& plugin() {
     static Plugin instance;
     return instance;
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
-{
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Plugin& p = plugin();
     std::vector<uint8_t> bytes;
     if (size > 0 && (data[0] & 1) && !p.goodState.empty()) {
         bytes = p.goodState;
-        for (size_t i = 1; i < size; ++i)
-            bytes[(i - 1) % bytes.size()] ^= data[i];
-        if (data[0] & 2)
-            bytes.resize((size * 7) % (bytes.size() + 1));
+        for (size_t i = 1; i < size; ++i) bytes[(i - 1) % bytes.size()] ^= data[i];
+        if (data[0] & 2) bytes.resize((size * 7) % (bytes.size() + 1));
     } else if (size > 0) {
         bytes.assign(data + 1, data + size);
     }
 
     auto stream = Plx::IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create(bytes));
     const Plx::tresult loaded = p.processor->setState(stream.get());
-    if (loaded != Plx::kResultOk && loaded != Plx::kResultFalse)
-        __builtin_trap();
+    if (loaded != Plx::kResultOk && loaded != Plx::kResultFalse) __builtin_trap();
 
     auto saved = Plx::IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create());
     if (p.processor->getState(saved.get()) == Plx::kResultOk) {

@@ -12,8 +12,7 @@
 using namespace Tannhofen;
 using namespace Tannhofen::Plx;
 
-TEST(HostStream, ReadsBackWhatWasWrittenAndStopsAtTheEnd)
-{
+TEST(HostStream, ReadsBackWhatWasWrittenAndStopsAtTheEnd) {
     auto stream = IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create());
     const char text[] = "state";
     int32 done = -1;
@@ -41,8 +40,7 @@ TEST(HostStream, ReadsBackWhatWasWrittenAndStopsAtTheEnd)
     EXPECT_EQ(stream->bytes().size(), 5u);
 }
 
-TEST(HostParameterChanges, QueuesStaySortedAndAreReusedAfterClear)
-{
+TEST(HostParameterChanges, QueuesStaySortedAndAreReusedAfterClear) {
     auto changes = IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create());
     int32 index = -1;
     IParamValueQueue* queue = changes->addParameterData(128, &index);
@@ -79,8 +77,7 @@ TEST(HostParameterChanges, QueuesStaySortedAndAreReusedAfterClear)
     EXPECT_EQ(again->getPointCount(), 0);
 }
 
-TEST(HostApplicationObjects, MessagesAttributesProductCodeAndTimer)
-{
+TEST(HostApplicationObjects, MessagesAttributesProductCodeAndTimer) {
     auto host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create(28000));
     int32 code = 0;
     ASSERT_EQ(host->getProductCode(&code), kResultOk);
@@ -129,11 +126,9 @@ TEST(HostApplicationObjects, MessagesAttributesProductCodeAndTimer)
         tresult queryInterface(const TUID&, void**) override { return kNoInterface; }
         uint32 addRef() override { return ++refs; }
         uint32 release() override { return --refs; }
-        void onIdle() override
-        {
+        void onIdle() override {
             ++calls;
-            if (leave)
-                host->unregisterIdleHandler(this);
+            if (leave) host->unregisterIdleHandler(this);
         }
         uint32 refs = 1;
         int calls = 0;
@@ -155,8 +150,7 @@ TEST(HostApplicationObjects, MessagesAttributesProductCodeAndTimer)
     EXPECT_EQ(host->unregisterIdleHandler(&idle), kResultFalse);
 }
 
-TEST(HostComponentHandler, RecordsEditsAndRestartsInOrder)
-{
+TEST(HostComponentHandler, RecordsEditsAndRestartsInOrder) {
     auto handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
     handler->beginEdit(134);
     handler->performEdit(134, 0.75);

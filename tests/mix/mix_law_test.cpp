@@ -14,31 +14,26 @@ namespace {
 // A model with one input channel that sits at a chosen point.
 class PointModel : public MMixerBaseModel {
 public:
-    PointModel(Plx::SpeakerArrangement out)
-    {
+    PointModel(Plx::SpeakerArrangement out) {
         createGainSet();
         setArrangements(0x80000, out);
     }
-    void updateMain(bool direct) override
-    {
+    void updateMain(bool direct) override {
         panPoint(gainSet->matrix[0], 0, gainSet->outMap, x, y, z, direct);
     }
-    float at(float px, float py, float pz, int out)
-    {
+    float at(float px, float py, float pz, int out) {
         x = px, y = py, z = pz;
         updateMain(false);
         return gainSet->matrix[0].at(0, out);
     }
-    double power(float px, float py, float pz)
-    {
+    double power(float px, float py, float pz) {
         at(px, py, pz, 0);
         double p = 0;
         for (int o = 0; o < numOut + numOutLfe; ++o)
             p += double(gainSet->matrix[0].at(0, o)) * gainSet->matrix[0].at(0, o);
         return p;
     }
-    void mute(int gridPosition, bool on)
-    {
+    void mute(int gridPosition, bool on) {
         speakerMuted[static_cast<size_t>(gridPosition)] = on;
         recomputeMutes();
     }
@@ -52,16 +47,14 @@ constexpr float tol = 2e-6f;
 
 } // namespace
 
-TEST(MixLaw, PointsBetweenNeighboursKeepTheirPower)
-{
+TEST(MixLaw, PointsBetweenNeighboursKeepTheirPower) {
     PointModel stereo(0x3);
     EXPECT_NEAR(stereo.at(0.5f, 0, 0.5f, 0), h, tol);
     EXPECT_NEAR(stereo.at(0.5f, 0, 0.5f, 1), h, tol);
     EXPECT_NEAR(stereo.at(1.0f, 0, 0, 1), 1.0f, tol);
     // At x 0.25 the blend is -0.5: the far side 0.5 * sqrt(1/2).
     EXPECT_NEAR(stereo.at(0.25f, 0, 0, 1), 0.5f * h, tol);
-    for (float px = 0; px <= 1.0f; px += 0.125f)
-        EXPECT_NEAR(stereo.power(px, 0.3f, 0.7f), 1.0, 1e-6);
+    for (float px = 0; px <= 1.0f; px += 0.125f) EXPECT_NEAR(stereo.power(px, 0.3f, 0.7f), 1.0, 1e-6);
 
     // 7.1.4: bus L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr. Over two layers z
     // blends ear and top, over depth y blends the zones.
@@ -70,12 +63,10 @@ TEST(MixLaw, PointsBetweenNeighboursKeepTheirPower)
     EXPECT_NEAR(big.at(0, 0, 0.5f, 8), h, tol);
     EXPECT_NEAR(big.at(0, 0.75f, 0, 6), h, tol);
     EXPECT_NEAR(big.at(0, 0.75f, 0, 4), h, tol);
-    for (float p = 0; p <= 1.0f; p += 0.1f)
-        EXPECT_NEAR(big.power(p, 1.0f - p, p * p), 1.0, 1e-6);
+    for (float p = 0; p <= 1.0f; p += 0.1f) EXPECT_NEAR(big.power(p, 1.0f - p, p * p), 1.0, 1e-6);
 }
 
-TEST(MixLaw, DivergencesSpreadEvenly)
-{
+TEST(MixLaw, DivergencesSpreadEvenly) {
     PointModel big(0x2D63F);
     big.diverge(1.0f);
     // Two layers, three ear zones of 3, 2, 2 and two top zones of 2: every
@@ -87,15 +78,13 @@ TEST(MixLaw, DivergencesSpreadEvenly)
     EXPECT_EQ(big.at(0.2f, 0.1f, 0.3f, 3), 0.0f); // the LFE takes no point
     // Half way, and a flat point ignores every divergence.
     big.diverge(0.5f);
-    for (float p = 0; p <= 1.0f; p += 0.1f)
-        EXPECT_NEAR(big.power(p, p, 1.0f - p), 1.0, 1e-5);
+    for (float p = 0; p <= 1.0f; p += 0.1f) EXPECT_NEAR(big.power(p, p, 1.0f - p), 1.0, 1e-5);
     big.x = 0, big.y = 0, big.z = 0;
     big.updateMain(true);
     EXPECT_NEAR(big.getGainSet()->matrix[0].at(0, 0), 1.0f, tol);
 }
 
-TEST(MixLaw, MutedSpeakersAreSkipped)
-{
+TEST(MixLaw, MutedSpeakersAreSkipped) {
     // 5.1 grid order: L C R Ls Rs.
     PointModel five(0x3F);
     five.mute(1, true);
@@ -110,8 +99,7 @@ TEST(MixLaw, MutedSpeakersAreSkipped)
     EXPECT_EQ(five.at(0, 1.0f, 0, 4), 0.0f);
 }
 
-TEST(MixLaw, ThreeSpeakerLaw)
-{
+TEST(MixLaw, ThreeSpeakerLaw) {
     PointModel five(0x3F); // L R C ... on the bus
     five.centerSpread = 0.5f;
     // The centre point keeps 0.75 of its power in C and gives the rest to the pair.

@@ -31,70 +31,60 @@ std::atomic<int> allocations{0};
 // malloc with free on purpose.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size)
-{
-    if (counting.load(std::memory_order_relaxed))
-        allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
+void* operator new(std::size_t size) {
+    if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size ? size : 1)) return p;
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
 #pragma GCC diagnostic pop
 
 namespace {
 
 // Every grid position has a bus channel of its own.
-bool isPermutation(std::vector<int32_t> map)
-{
+bool isPermutation(std::vector<int32_t> map) {
     std::sort(map.begin(), map.end());
     for (size_t i = 0; i < map.size(); ++i)
-        if (map[i] != static_cast<int32_t>(i))
-            return false;
+        if (map[i] != static_cast<int32_t>(i)) return false;
     return true;
 }
 
 // Every speaker of the grid stands on a row that its layers reach (a grid of
 // one or two layers starts at ear level).
-bool layersReachAllRows(const SpeakerGrid& g)
-{
+bool layersReachAllRows(const SpeakerGrid& g) {
     uint32_t reached = 0;
-    for (uint32_t l = 0; l < g.layers(); ++l)
-        reached += g.rowTotal(g.rowOfLayer(l));
+    for (uint32_t l = 0; l < g.layers(); ++l) reached += g.rowTotal(g.rowOfLayer(l));
     return reached == g.mainCount();
 }
 
-bool hasSingleSpeakerZone(const SpeakerGrid& g)
-{
+bool hasSingleSpeakerZone(const SpeakerGrid& g) {
     for (uint32_t r = 0; r < SpeakerGrid::kRows; ++r)
         for (uint32_t z = 0; z < SpeakerGrid::kZones; ++z)
-            if (g.count(r, z) == 1)
-                return true;
+            if (g.count(r, z) == 1) return true;
     return false;
 }
 
 // Bus channels of the main speakers (all but LFE and LFE2).
-std::vector<int> mainChannels(Plx::SpeakerArrangement arr)
-{
+std::vector<int> mainChannels(Plx::SpeakerArrangement arr) {
     std::vector<int> out;
     for (int ch = 0; ch < Plx::getChannelCount(arr); ++ch)
-        if (!isLfeChannel(arr, ch))
-            out.push_back(ch);
+        if (!isLfeChannel(arr, ch)) out.push_back(ch);
     return out;
 }
 
-void expectFinite(const MMixerModel& model)
-{
+void expectFinite(const MMixerModel& model) {
     for (int which = 0; which < 2; ++which)
-        for (float v : model.getGainSet()->matrix[which].data)
-            ASSERT_TRUE(std::isfinite(v));
+        for (float v : model.getGainSet()->matrix[which].data) ASSERT_TRUE(std::isfinite(v));
 }
 
 } // namespace
 
-TEST(MixProperties, AllPairsOfNamedArrangements)
-{
+TEST(MixProperties, AllPairsOfNamedArrangements) {
     const Plx::ArrangementInfo* table = Plx::arrangementTable();
     int unitPowerPairs = 0;
     int unmapped = 0;
@@ -138,8 +128,7 @@ TEST(MixProperties, AllPairsOfNamedArrangements)
             const std::vector<int> ins = mainChannels(in), outs = mainChannels(out);
             for (int i : ins) {
                 double power = 0.0;
-                for (int o : outs)
-                    power += double(m.at(i, o)) * m.at(i, o);
+                for (int o : outs) power += double(m.at(i, o)) * m.at(i, o);
                 EXPECT_NEAR(power, 1.0, 1e-5) << "input channel " << i;
             }
             ++unitPowerPairs;
@@ -149,14 +138,11 @@ TEST(MixProperties, AllPairsOfNamedArrangements)
     EXPECT_GT(unmapped, 0); // masks without a position per speaker are left out, not passed
 }
 
-TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate)
-{
+TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
     std::vector<Plx::SpeakerArrangement> masks;
-    for (int b = 0; b < 64; ++b)
-        masks.push_back(1ull << b);
+    for (int b = 0; b < 64; ++b) masks.push_back(1ull << b);
     std::mt19937_64 rng(20261122);
-    for (int k = 0; k < 150; ++k)
-        masks.push_back(rng() & (k % 2 ? ~0ull : 0x3FFFFFFFFFull));
+    for (int k = 0; k < 150; ++k) masks.push_back(rng() & (k % 2 ? ~0ull : 0x3FFFFFFFFFull));
     masks.push_back(0);
     const Plx::SpeakerArrangement partners[] = {0, 0x3, 0x80000, 0x3F, 0x2D63F, 0x7307FFFF, 0xF00000};
     // Once the arrangements are set, setters and updates run on the audio
@@ -173,8 +159,7 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate)
         for (int id : {ParamId::kSoloToCenter, ParamId::kSurroundToFront, ParamId::kLfeLevel})
             model->setParamValue(id, 1.0);
         model->setDeferred(true);
-        for (int id = 0; id < 300; ++id)
-            model->setParamValue(id, 0.6);
+        for (int id = 0; id < 300; ++id) model->setParamValue(id, 0.6);
         model->setDeferred(false);
         model->setParamValue(ParamId::kCenterLvl, 0.3);
         model->updateMain(true);
@@ -188,8 +173,7 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate)
             EXPECT_NO_THROW(exercise(mask, partner));
             EXPECT_NO_THROW(exercise(partner, mask));
         }
-    for (int k = 0; k < 200; ++k)
-        EXPECT_NO_THROW(exercise(rng(), rng()));
+    for (int k = 0; k < 200; ++k) EXPECT_NO_THROW(exercise(rng(), rng()));
 
     // Indexing outside the grid is a programming fault, and says so.
     SpeakerGrid grid(0x3F);
@@ -197,8 +181,7 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate)
     EXPECT_THROW(grid.countOf(0, 3), std::out_of_range);
 }
 
-TEST(MixProperties, UnknownIdsAndParameterRoundTrips)
-{
+TEST(MixProperties, UnknownIdsAndParameterRoundTrips) {
     auto model = makeModel(0x3F, 0x3);
     const std::vector<float> before = model->getGainSet()->matrix[0].data;
     for (int id : {-1, 0, 12, 43, 58, 85, 130, 200, 256, 266, 1000}) {
@@ -208,7 +191,8 @@ TEST(MixProperties, UnknownIdsAndParameterRoundTrips)
     EXPECT_EQ(model->getGainSet()->matrix[0].data, before);
 
     // Flags are on only at 1.0; the direct mode at any value from 0.5.
-    for (auto [id, write, read] : {std::tuple{ParamId::kLowPass, 0.9, 0.0}, {ParamId::kDirectMode, 0.5, 1.0},
+    for (auto [id, write, read] : {std::tuple{ParamId::kLowPass, 0.9, 0.0},
+                                   {ParamId::kDirectMode, 0.5, 1.0},
                                    {ParamId::kSurroundToFront, 1.0, 1.0}}) {
         model->setParamValue(id, write);
         EXPECT_EQ(model->getParamValue(id), read) << id;
@@ -219,10 +203,8 @@ namespace {
 
 class CountingModel : public MMixerModel {
 public:
-    void updateMain(bool direct) override
-    {
-        if (!direct && !isDeferred())
-            ++mainRuns;
+    void updateMain(bool direct) override {
+        if (!direct && !isDeferred()) ++mainRuns;
         MMixerModel::updateMain(direct);
     }
     int mainRuns = 0;
@@ -230,8 +212,7 @@ public:
 
 } // namespace
 
-TEST(MixProperties, DeferredBatchComputesOnce)
-{
+TEST(MixProperties, DeferredBatchComputesOnce) {
     auto batched = makeModel<CountingModel>(0x2D63F, 0x3F);
     auto reference = makeModel(0x2D63F, 0x3F);
     batched->mainRuns = 0;
@@ -257,8 +238,7 @@ TEST(MixProperties, DeferredBatchComputesOnce)
     EXPECT_EQ(batched->mainRuns, 1);
 }
 
-TEST(MixProperties, GridsAndChannelMaps)
-{
+TEST(MixProperties, GridsAndChannelMaps) {
     // 22.2: three layers, its ear row 5 / 2 / 3 speakers by zone.
     SpeakerGrid g222(0x7307FFFF);
     EXPECT_EQ(g222.layers(), 3u);
@@ -269,8 +249,7 @@ TEST(MixProperties, GridsAndChannelMaps)
     EXPECT_EQ(makeModel(0, 0x3F)->getGainSet()->matrix[0].rows, 0);
 }
 
-TEST(MixProperties, ScalesAndParameterTable)
-{
+TEST(MixProperties, ScalesAndParameterTable) {
     for (double n = 0.05; n < 1.0; n += 0.05) {
         EXPECT_NEAR(kLevelScale.toNormalized(kLevelScale.toLinear(n)), n, 1e-6);
         EXPECT_NEAR(kLfeScale.toNormalized(kLfeScale.toLinear(n)), n, 1e-6);
@@ -279,8 +258,7 @@ TEST(MixProperties, ScalesAndParameterTable)
     const MixParamTable& table = MixParamTable::instance();
     ASSERT_EQ(table.count(), 52);
     std::set<int32_t> ids;
-    for (int32_t i = 0; i < table.count(); ++i)
-        EXPECT_TRUE(ids.insert(table.row(i).id).second);
+    for (int32_t i = 0; i < table.count(); ++i) EXPECT_TRUE(ids.insert(table.row(i).id).second);
 
     // Plain values: decibels for the levels (0 dB at 0.75, the LFE's at 0.5), ranges for the rest.
     EXPECT_NEAR(table.toPlain(ParamId::kCenterLvl, 0.75), 0.0, 1e-5);

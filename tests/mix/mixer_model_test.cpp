@@ -20,18 +20,15 @@ constexpr float h = 0.70710677f; // sqrt(1/2)
 using Gains = std::map<std::pair<int, int>, float>;
 
 // Unit gain from each of the first n channels to the same output channel, plus `more`.
-Gains diagonal(int n, Gains more = {})
-{
-    for (int i = 0; i < n; ++i)
-        more[{i, i}] = 1.0f;
+Gains diagonal(int n, Gains more = {}) {
+    for (int i = 0; i < n; ++i) more[{i, i}] = 1.0f;
     return more;
 }
 
 // Expects the matrix to hold exactly `expected` (input, output) -> gain, and 0
 // everywhere else among the first `rows` x `cols`.
-void expectMatrix(const MMixerModel& model, const Gains& expected,
-                  int which = MixGainSet::kNormal, float tol = kTol)
-{
+void expectMatrix(const MMixerModel& model, const Gains& expected, int which = MixGainSet::kNormal,
+                  float tol = kTol) {
     const MixMatrix& m = model.getGainSet()->matrix[which];
     for (int i = 0; i < m.rows; ++i) {
         for (int o = 0; o < m.cols; ++o) {
@@ -44,26 +41,34 @@ void expectMatrix(const MMixerModel& model, const Gains& expected,
 
 } // namespace
 
-TEST(MixConvert, FiveOneToStereoMonoAndBack)
-{
+TEST(MixConvert, FiveOneToStereoMonoAndBack) {
     // 5.1 bus: L R C LFE Ls Rs.
     auto down = makeModel(0x3F, 0x3);
     // The centre keeps its power at -3 dB per side; the surrounds fold in at the
     // surround level of a fold (0.5); the LFE spreads at sqrt(1 / 2).
-    expectMatrix(*down, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 0}, h}, {{2, 1}, h}, {{3, 0}, h}, {{3, 1}, h},
-                         {{4, 0}, 0.5f}, {{5, 1}, 0.5f}});
+    expectMatrix(*down, {{{0, 0}, 1.0f},
+                         {{1, 1}, 1.0f},
+                         {{2, 0}, h},
+                         {{2, 1}, h},
+                         {{3, 0}, h},
+                         {{3, 1}, h},
+                         {{4, 0}, 0.5f},
+                         {{5, 1}, 0.5f}});
     expectMatrix(*makeModel(0x3, 0x3F), diagonal(2));
     expectMatrix(*makeModel(0x80000, 0x3F), {{{0, 2}, 1.0f}});
 
     // To mono, one output speaker takes each input zone at equal power: sqrt(1/3)
     // for the three fronts; the surrounds come in at the fold's surround level.
     const float third = std::sqrt(1.0f / 3.0f);
-    expectMatrix(*makeModel(0x3F, 0x80000), {{{0, 0}, third}, {{1, 0}, third}, {{2, 0}, third}, {{3, 0}, 1.0f},
-                          {{4, 0}, 0.5f * third}, {{5, 0}, 0.5f * third}});
+    expectMatrix(*makeModel(0x3F, 0x80000), {{{0, 0}, third},
+                                             {{1, 0}, third},
+                                             {{2, 0}, third},
+                                             {{3, 0}, 1.0f},
+                                             {{4, 0}, 0.5f * third},
+                                             {{5, 0}, 0.5f * third}});
 }
 
-TEST(MixConvert, SevenOneToFiveOne)
-{
+TEST(MixConvert, SevenOneToFiveOne) {
     // 7.1 Music bus: L R C LFE Ls Rs Sl Sr. The sides sit halfway between front
     // and rear.
     auto model = makeModel(0x63F, 0x3F);
@@ -77,26 +82,41 @@ TEST(MixConvert, SevenOneToFiveOne)
     EXPECT_FALSE(set.simple[MixGainSet::kNormal]);
 }
 
-TEST(MixConvert, SevenOneFourToFiveOneAndStereo)
-{
+TEST(MixConvert, SevenOneFourToFiveOneAndStereo) {
     // 7.1.4 bus: L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr.
     const float top = std::sqrt(h); // the top level without output tops
     auto five = makeModel(0x2D63F, 0x3F);
     // Tops come down to the surrounds at the top level.
-    expectMatrix(*five, diagonal(6, {{{6, 0}, h}, {{6, 4}, h}, {{7, 1}, h}, {{7, 5}, h}, {{8, 4}, top},
-                                     {{9, 5}, top}, {{10, 4}, top}, {{11, 5}, top}}));
+    expectMatrix(*five, diagonal(6, {{{6, 0}, h},
+                                     {{6, 4}, h},
+                                     {{7, 1}, h},
+                                     {{7, 5}, h},
+                                     {{8, 4}, top},
+                                     {{9, 5}, top},
+                                     {{10, 4}, top},
+                                     {{11, 5}, top}}));
 
     // To stereo: sides at side level times surround level (0.5 * 0.5), rears at
     // the fold's 0.5, tops at top * side * surround level.
     auto two = makeModel(0x2D63F, 0x3);
     const float t = top * 0.5f * 0.5f;
-    expectMatrix(*two, {{{0, 0}, 1.0f}, {{1, 1}, 1.0f}, {{2, 0}, h}, {{2, 1}, h}, {{3, 0}, h}, {{3, 1}, h},
-                        {{4, 0}, 0.5f}, {{5, 1}, 0.5f}, {{6, 0}, 0.25f}, {{7, 1}, 0.25f}, {{8, 0}, t}, {{9, 1}, t},
-                        {{10, 0}, t}, {{11, 1}, t}});
+    expectMatrix(*two, {{{0, 0}, 1.0f},
+                        {{1, 1}, 1.0f},
+                        {{2, 0}, h},
+                        {{2, 1}, h},
+                        {{3, 0}, h},
+                        {{3, 1}, h},
+                        {{4, 0}, 0.5f},
+                        {{5, 1}, 0.5f},
+                        {{6, 0}, 0.25f},
+                        {{7, 1}, 0.25f},
+                        {{8, 0}, t},
+                        {{9, 1}, t},
+                        {{10, 0}, t},
+                        {{11, 1}, t}});
 }
 
-TEST(MixConvert, TwentyTwoTwoToSevenOneFour)
-{
+TEST(MixConvert, TwentyTwoTwoToSevenOneFour) {
     // 22.2 bus: L0 R1 C2 LFE3 Ls4 Rs5 Lc6 Rc7 Cs8 Sl9 Sr10 Tc11 Tfl12 Tfc13 Tfr14 Trl15
     // Trc16 Trr17 LFE2 18 Tsl19 Tsr20 Bfl21 Bfc22 Bfr23.
     // 7.1.4 bus: L0 R1 C2 LFE3 Ls4 Rs5 Sl6 Sr7 Tfl8 Tfr9 Trl10 Trr11.
@@ -108,45 +128,55 @@ TEST(MixConvert, TwentyTwoTwoToSevenOneFour)
     const float lcNear = std::sqrt(1.0f - 0.125f);
     const Gains expected = {
         {{21, 0}, 1.0f}, {{22, 2}, 1.0f}, {{23, 1}, 1.0f},                        // bottom
-        {{0, 0}, h},     {{0, 8}, h},     {{1, 1}, h},     {{1, 9}, h},           // L, R
+        {{0, 0}, h},     {{0, 8}, h},     {{1, 1}, h},          {{1, 9}, h},      // L, R
         {{2, 2}, h},     {{2, 8}, 0.5f},  {{2, 9}, 0.5f},                         // C
         {{6, 0}, 0.5f},  {{6, 2}, 0.5f},  {{6, 8}, h * lcNear}, {{6, 9}, 0.25f},  // Lc
         {{7, 2}, 0.5f},  {{7, 1}, 0.5f},  {{7, 9}, h * lcNear}, {{7, 8}, 0.25f},  // Rc
         {{9, 6}, h},     {{9, 8}, 0.5f},  {{9, 10}, 0.5f},                        // Sl
         {{10, 7}, h},    {{10, 9}, 0.5f}, {{10, 11}, 0.5f},                       // Sr
-        {{4, 4}, h},     {{4, 10}, h},    {{5, 5}, h},     {{5, 11}, h},          // Ls, Rs
-        {{8, 4}, 0.5f},  {{8, 5}, 0.5f},  {{8, 10}, 0.5f}, {{8, 11}, 0.5f},      // Cs
-        {{12, 8}, 1.0f}, {{14, 9}, 1.0f}, {{15, 10}, 1.0f}, {{17, 11}, 1.0f},     // top corners
-        {{13, 8}, h},    {{13, 9}, h},    {{16, 10}, h},   {{16, 11}, h},         // Tfc, Trc
-        {{19, 8}, h},    {{19, 10}, h},   {{20, 9}, h},    {{20, 11}, h},         // Tsl, Tsr
-        {{11, 8}, 0.5f}, {{11, 9}, 0.5f}, {{11, 10}, 0.5f}, {{11, 11}, 0.5f},     // Tc
-        {{3, 3}, 1.0f},                                                          // LFE; LFE2 dropped
+        {{4, 4}, h},     {{4, 10}, h},    {{5, 5}, h},          {{5, 11}, h},     // Ls, Rs
+        {{8, 4}, 0.5f},  {{8, 5}, 0.5f},  {{8, 10}, 0.5f},      {{8, 11}, 0.5f},  // Cs
+        {{12, 8}, 1.0f}, {{14, 9}, 1.0f}, {{15, 10}, 1.0f},     {{17, 11}, 1.0f}, // top corners
+        {{13, 8}, h},    {{13, 9}, h},    {{16, 10}, h},        {{16, 11}, h},    // Tfc, Trc
+        {{19, 8}, h},    {{19, 10}, h},   {{20, 9}, h},         {{20, 11}, h},    // Tsl, Tsr
+        {{11, 8}, 0.5f}, {{11, 9}, 0.5f}, {{11, 10}, 0.5f},     {{11, 11}, 0.5f}, // Tc
+        {{3, 3}, 1.0f},                                                           // LFE; LFE2 dropped
     };
     expectMatrix(*model, expected);
 }
 
-TEST(MixConvert, FiveZeroFourToSevenOneFour)
-{
+TEST(MixConvert, FiveZeroFourToSevenOneFour) {
     // 5.0.4 bus: L R C Ls Rs Tfl Tfr Trl Trr. With sides in the output and none
     // in the input, the rears move to y = 0.75, between sides and rears.
     auto model = makeModel(0x2D037, 0x2D63F);
     // Top rear at y 0.75 over the top's front and rear zones: f = 0.5.
     const float weak = 0.5f * h;
     const float strong = std::sqrt(1.0f - weak * weak);
-    expectMatrix(*model, diagonal(3, {{{3, 6}, h}, {{3, 4}, h}, {{4, 7}, h}, {{4, 5}, h}, {{5, 8}, 1.0f},
-                                      {{6, 9}, 1.0f}, {{7, 8}, weak}, {{7, 10}, strong}, {{8, 9}, weak},
+    expectMatrix(*model, diagonal(3, {{{3, 6}, h},
+                                      {{3, 4}, h},
+                                      {{4, 7}, h},
+                                      {{4, 5}, h},
+                                      {{5, 8}, 1.0f},
+                                      {{6, 9}, 1.0f},
+                                      {{7, 8}, weak},
+                                      {{7, 10}, strong},
+                                      {{8, 9}, weak},
                                       {{8, 11}, strong}}));
 
     // Direct routing maps bit to bit, but output 5 would read input 4 after
     // output 4 has replaced it in place, so it is no pure routing.
-    expectMatrix(*model, diagonal(3, {{{3, 4}, 1.0f}, {{4, 5}, 1.0f}, {{5, 8}, 1.0f}, {{6, 9}, 1.0f},
-                                      {{7, 10}, 1.0f}, {{8, 11}, 1.0f}}),
+    expectMatrix(*model,
+                 diagonal(3, {{{3, 4}, 1.0f},
+                              {{4, 5}, 1.0f},
+                              {{5, 8}, 1.0f},
+                              {{6, 9}, 1.0f},
+                              {{7, 10}, 1.0f},
+                              {{8, 11}, 1.0f}}),
                  MixGainSet::kDirect);
     EXPECT_FALSE(model->getGainSet()->simple[MixGainSet::kDirect]);
 }
 
-TEST(MixConvert, FirstOrderAmbisonicMasks)
-{
+TEST(MixConvert, FirstOrderAmbisonicMasks) {
     // Ambisonic channels are four speakers of one front zone, but have no place
     // of their own in the channel map: all four land on the first position.
     auto model = makeModel(0xF00000, 0xF00000);
@@ -160,8 +190,7 @@ TEST(MixConvert, FirstOrderAmbisonicMasks)
     expectMatrix(*makeModel(0x3, 0xF00000), {{{1, 3}, 1.0f}});
 }
 
-TEST(MixConvert, SoloSoloToCenterAndSurroundToFront)
-{
+TEST(MixConvert, SoloSoloToCenterAndSurroundToFront) {
     auto model = makeModel(0x3F, 0x3F);
     model->setParamValue(ParamId::kInputSoloFirst + 0, 1.0); // L
     expectMatrix(*model, {{{0, 0}, 1.0f}});
@@ -201,8 +230,7 @@ TEST(MixConvert, SoloSoloToCenterAndSurroundToFront)
     expectMatrix(*mono, {{{0, 0}, h}, {{0, 1}, h}});
 }
 
-TEST(MixConvert, LfeRowsForEveryLfeCombination)
-{
+TEST(MixConvert, LfeRowsForEveryLfeCombination) {
     struct Case {
         Plx::SpeakerArrangement in, out;
         Gains lfe; // expected LFE rows and columns
@@ -233,15 +261,13 @@ TEST(MixConvert, LfeRowsForEveryLfeCombination)
         const MixMatrix& m = model->getGainSet()->matrix[0];
         for (int i = 0; i < m.rows; ++i)
             for (int o = 0; o < m.cols; ++o) {
-                if (!isLfeChannel(c.in, i) && !isLfeChannel(c.out, o))
-                    continue;
+                if (!isLfeChannel(c.in, i) && !isLfeChannel(c.out, o)) continue;
                 auto it = c.lfe.find({i, o});
                 EXPECT_NEAR(m.at(i, o), it == c.lfe.end() ? 0.0f : it->second, kTol) << i << " -> " << o;
             }
         // The global level scales the LFE too.
         model->setParamValue(ParamId::kGlobalLvl, Mix::kLevelScale.toNormalized(0.5));
-        for (const auto& [io, v] : c.lfe)
-            EXPECT_NEAR(m.at(io.first, io.second), 0.5f * v, kTol);
+        for (const auto& [io, v] : c.lfe) EXPECT_NEAR(m.at(io.first, io.second), 0.5f * v, kTol);
     }
 
     // Direct routing passes the LFE as a bit like any other.

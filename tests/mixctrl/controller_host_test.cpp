@@ -29,8 +29,7 @@ constexpr double kInvE = 0.41503749927884376; // the level scale's exponent
 
 class ControllerFromModule : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         std::string error;
         module = Host::Module::load(PLX_MODULE_PATH, &error);
         ASSERT_TRUE(module) << error;
@@ -43,49 +42,41 @@ protected:
         ASSERT_EQ(point->connect(peer.get()), kResultOk);
         handler->clear();
     }
-    void TearDown() override
-    {
-        if (point)
-            point->disconnect(peer.get());
-        if (controller)
-            controller->terminate();
+    void TearDown() override {
+        if (point) point->disconnect(peer.get());
+        if (controller) controller->terminate();
         point.reset();
         controller.reset();
     }
 
-    ParameterInfo info(ParamID id)
-    {
+    ParameterInfo info(ParamID id) {
         ParameterInfo i{};
         EXPECT_EQ(controller->getParameterInfo(id, &i), kResultOk) << id;
         return i;
     }
-    std::string text(ParamID id, double value)
-    {
+    std::string text(ParamID id, double value) {
         char16 out[128] = {};
         EXPECT_EQ(controller->getParamStringByValue(id, value, out), kResultOk) << id;
         return utf16ToUtf8(out);
     }
-    void sendBuses(SpeakerArrangement in, SpeakerArrangement out, bool changeParams)
-    {
+    void sendBuses(SpeakerArrangement in, SpeakerArrangement out, bool changeParams) {
         ASSERT_EQ(point->notify(busMessage(in, out, changeParams).get()), kResultOk);
     }
     // The ids of the parameters that the controller told the host, in order.
-    std::vector<ParamID> performedIds() const
-    {
+    std::vector<ParamID> performedIds() const {
         std::vector<ParamID> ids;
         for (const auto& edit : handler->edits)
-            if (edit.kind == Host::ComponentHandler::EditKind::Perform)
-                ids.push_back(edit.id);
+            if (edit.kind == Host::ComponentHandler::EditKind::Perform) ids.push_back(edit.id);
         return ids;
     }
     // A host that sets every edit it receives back on the controller, until
     // nothing new comes; answers the number of rounds.
-    int echoUntilQuiet()
-    {
+    int echoUntilQuiet() {
         size_t seen = 0;
         int rounds = 0;
         while (seen < handler->edits.size() && rounds < 10) {
-            const std::vector<Host::ComponentHandler::Edit> batch(handler->edits.begin() + seen, handler->edits.end());
+            const std::vector<Host::ComponentHandler::Edit> batch(handler->edits.begin() + seen,
+                                                                  handler->edits.end());
             seen = handler->edits.size();
             for (const auto& edit : batch)
                 if (edit.kind == Host::ComponentHandler::EditKind::Perform)
@@ -96,7 +87,8 @@ protected:
     }
 
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
-    IPtr<Host::ComponentHandler> handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
+    IPtr<Host::ComponentHandler> handler =
+        IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
     IPtr<RecordingPeer> peer = IPtr<RecordingPeer>::adopt(new RecordingPeer);
     std::unique_ptr<Host::Module> module;
     IPtr<IPlxEditController> controller;
@@ -105,8 +97,7 @@ protected:
 
 } // namespace
 
-TEST_F(ControllerFromModule, PublishesTheTableWithLfeLevelAndOutputSolos)
-{
+TEST_F(ControllerFromModule, PublishesTheTableWithLfeLevelAndOutputSolos) {
     // 52 table rows, the LFE level and 26 output solos; only the seven levels,
     // the low pass and the LFE level can be automated.
     ASSERT_EQ(controller->getParameterCount(), 79);
@@ -133,17 +124,21 @@ TEST_F(ControllerFromModule, PublishesTheTableWithLfeLevelAndOutputSolos)
     EXPECT_EQ(controller->getParameterInfoByIndex(79, &none), kResultFalse);
 }
 
-TEST_F(ControllerFromModule, DecibelTextAndBack)
-{
+TEST_F(ControllerFromModule, DecibelTextAndBack) {
     // Level scale: 0.75 is 0 dB, 1.0 is +6.02 dB; LFE scale: 0.5 is 0 dB, 1.0 is +12.04 dB.
-    for (auto [id, value, want] : {std::tuple{128u, 0.75, "0.00"}, {134u, 1.0, "6.02"}, {138u, 0.0, "-180.00"},
-                                   {11u, 0.5, "0.00"}, {11u, 1.0, "12.04"}, {130u, 0.0, "LRC"}})
+    for (auto [id, value, want] : {std::tuple{128u, 0.75, "0.00"},
+                                   {134u, 1.0, "6.02"},
+                                   {138u, 0.0, "-180.00"},
+                                   {11u, 0.5, "0.00"},
+                                   {11u, 1.0, "12.04"},
+                                   {130u, 0.0, "LRC"}})
         EXPECT_EQ(text(id, value), want) << id;
 
     double value = 0.0;
     for (ParamID id : {128u, 136u, 11u})
         for (double v : {0.1, 0.5, 0.9}) {
-            ASSERT_EQ(controller->getParamValueByString(id, utf8ToUtf16(text(id, v)).c_str(), &value), kResultOk);
+            ASSERT_EQ(controller->getParamValueByString(id, utf8ToUtf16(text(id, v)).c_str(), &value),
+                      kResultOk);
             EXPECT_NEAR(value, v, 2e-3) << id << " " << text(id, v);
         }
     ASSERT_EQ(controller->getParamValueByString(128, u"-6.0206", &value), kResultOk); // half the level
@@ -160,8 +155,7 @@ TEST_F(ControllerFromModule, DecibelTextAndBack)
     EXPECT_EQ(controller->getParamValueByString(9999, u"1", &value), kResultFalse);
 }
 
-TEST_F(ControllerFromModule, SoloToCenterAndSurroundToFrontExcludeEachOtherWithoutEcho)
-{
+TEST_F(ControllerFromModule, SoloToCenterAndSurroundToFrontExcludeEachOtherWithoutEcho) {
     sendBuses(0x3F, 0x3, true);
     handler->clear();
     ASSERT_EQ(controller->setParamNormalized(132, 1.0), kResultOk); // the other is off: nothing to tell
@@ -187,8 +181,7 @@ TEST_F(ControllerFromModule, SoloToCenterAndSurroundToFrontExcludeEachOtherWitho
     EXPECT_EQ(controller->getParamNormalized(132), 1.0);
 }
 
-TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff)
-{
+TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff) {
     sendBuses(0x3F, 0x3F, true);
     handler->clear();
     // Stereo group: L and R solos go to the host; the group itself doesn't.
@@ -205,8 +198,7 @@ TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff
     // Reset: every solo goes off, with the groups; the button springs back untold.
     handler->clear();
     ASSERT_EQ(controller->setParamNormalized(276, 1.0), kResultOk);
-    for (ParamID id : {59u, 61u, 82u, 266u, 276u})
-        EXPECT_EQ(controller->getParamNormalized(id), 0.0) << id;
+    for (ParamID id : {59u, 61u, 82u, 266u, 276u}) EXPECT_EQ(controller->getParamNormalized(id), 0.0) << id;
     const auto reset = performedIds();
     EXPECT_EQ(std::count(reset.begin(), reset.end(), 276u), 0);
     EXPECT_EQ(std::count(reset.begin(), reset.end(), 61u), 1);
@@ -219,13 +211,11 @@ TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff
     // New arrangements clear every solo without telling the host.
     handler->clear();
     sendBuses(0x3F, 0x3, false);
-    for (ParamID id : {41u, 42u, 274u})
-        EXPECT_EQ(controller->getParamNormalized(id), 0.0) << id;
+    for (ParamID id : {41u, 42u, 274u}) EXPECT_EQ(controller->getParamNormalized(id), 0.0) << id;
     EXPECT_TRUE(performedIds().empty());
 }
 
-TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults)
-{
+TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults) {
     sendBuses(0x3F, 0x3F, true);
     // 5.1 to 5.1: the LFE passes at 0 dB, and the host hears of it.
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(11), 0.5);
@@ -258,24 +248,28 @@ TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults)
     EXPECT_EQ(peer->messages.size(), 1u);
 }
 
-TEST_F(ControllerFromModule, ComponentStateGivesTheSavedLevels)
-{
+TEST_F(ControllerFromModule, ComponentStateGivesTheSavedLevels) {
     // A processor state written field by field from the layout: levels in dB.
     StateBuilder state;
     state.header(2, 2, 8);
     state.doubleRecord("centerLvl", 128, -6.020599913279624); // linear 0.5
-    state.doubleRecord("surroundLvl", 129, -180.0);            // silence
+    state.doubleRecord("surroundLvl", 129, -180.0);           // silence
     state.doubleRecord("globalLvl", 134, 0.0);
     state.boolRecord("lPFilter", 133, true);
-    state.doubleRecord("sideLvl", 135, 6.020599913279624); // linear 2.0
+    state.doubleRecord("sideLvl", 135, 6.020599913279624);  // linear 2.0
     state.doubleRecord("topLvl", 136, -12.041199826559248); // linear 0.25
     state.doubleRecord("bottomLvl", 138, 0.0);
     state.int64Record("activePartsMM", 137, 2);
     state.arrangements(0x3F, 0x3);
     handler->clear();
     ASSERT_EQ(controller->setComponentState(state.stream().get()), kResultOk);
-    for (auto [id, want] : {std::pair{128u, std::pow(0.25, kInvE)}, {129u, 0.0}, {134u, 0.75}, {133u, 1.0},
-                            {135u, 1.0}, {136u, std::pow(0.125, kInvE)}, {137u, 2.0 / 3.0}})
+    for (auto [id, want] : {std::pair{128u, std::pow(0.25, kInvE)},
+                            {129u, 0.0},
+                            {134u, 0.75},
+                            {133u, 1.0},
+                            {135u, 1.0},
+                            {136u, std::pow(0.125, kInvE)},
+                            {137u, 2.0 / 3.0}})
         EXPECT_NEAR(controller->getParamNormalized(id), want, 1e-6) << id;
     EXPECT_TRUE(performedIds().empty()); // loading a state tells the host nothing
 
@@ -309,12 +303,10 @@ TEST_F(ControllerFromModule, ComponentStateGivesTheSavedLevels)
     EXPECT_EQ(controller->getParamNormalized(134), 0.0);
 }
 
-TEST_F(ControllerFromModule, RandomAndMutatedStatesNeverBreakIt)
-{
+TEST_F(ControllerFromModule, RandomAndMutatedStatesNeverBreakIt) {
     StateBuilder good;
     good.header(2, 2, 8);
-    for (int i = 0; i < 7; ++i)
-        good.doubleRecord("centerLvl", 128 + i, -3.0);
+    for (int i = 0; i < 7; ++i) good.doubleRecord("centerLvl", 128 + i, -3.0);
     good.int64Record("activePartsMM", 137, 1);
     good.arrangements(0x3F, 0x3F);
     const std::vector<uint8_t> base = good.bytes();
@@ -324,8 +316,7 @@ TEST_F(ControllerFromModule, RandomAndMutatedStatesNeverBreakIt)
         std::vector<uint8_t> bytes = base;
         if (round % 2 == 0) {
             bytes.resize(4 + rng() % 200); // the magic, then noise
-            for (size_t i = 4; i < bytes.size(); ++i)
-                bytes[i] = static_cast<uint8_t>(rng());
+            for (size_t i = 4; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(rng());
         } else {
             for (unsigned flips = 1 + rng() % 6; flips > 0; --flips)
                 bytes[rng() % bytes.size()] = static_cast<uint8_t>(rng());
@@ -335,12 +326,12 @@ TEST_F(ControllerFromModule, RandomAndMutatedStatesNeverBreakIt)
         const tresult r = controller->setComponentState(stream.get());
         ASSERT_TRUE(r == kResultOk || r == kResultFalse);
         for (ParamID id : {128u, 133u, 137u})
-            ASSERT_TRUE(controller->getParamNormalized(id) >= 0.0 && controller->getParamNormalized(id) <= 1.0);
+            ASSERT_TRUE(controller->getParamNormalized(id) >= 0.0 &&
+                        controller->getParamNormalized(id) <= 1.0);
     }
 }
 
-TEST_F(ControllerFromModule, MessagesAndBadInputAnswerCodes)
-{
+TEST_F(ControllerFromModule, MessagesAndBadInputAnswerCodes) {
     EXPECT_EQ(point->notify(nullptr), kInvalidArgument);
     auto unknown = message("");
     EXPECT_EQ(point->notify(unknown.get()), kResultFalse); // no ID

@@ -11,13 +11,12 @@
 using namespace Tannhofen;
 using Mix::ArrangementList;
 
-TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder)
-{
+TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder) {
     ArrangementList list;
     list.addArrangements(0x3F);
     const std::vector<Plx::SpeakerArrangement> fiveOne{0x7, 0xF, 0x37, 0x3F};
     EXPECT_EQ(list.all(), fiveOne);
-    list.addArrangements(0x3F); // no duplicates
+    list.addArrangements(0x3F);    // no duplicates
     list.addArrangements(0x80000); // fewer than two channels: ignored
     EXPECT_EQ(list.all(), fiveOne);
     list.addArrangements(0x3); // two channels: in front, nothing derived
@@ -42,26 +41,22 @@ TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder)
     EXPECT_TRUE(atmos.indexOf(0x2D637) >= 0 && atmos.indexOf(0x2D03F) >= 0);
 }
 
-TEST(ArrangementList, NormalizedValueSelectsAnEntry)
-{
+TEST(ArrangementList, NormalizedValueSelectsAnEntry) {
     ArrangementList list;
     EXPECT_EQ(list.indexFromNormalized(0.5), -1);
     list.addArrangements(0x3);
     EXPECT_EQ(list.normalizedOf(0), 0.0); // one entry gives 0
-    list.addArrangements(0x3F); // 5 entries
-    for (int32_t i = 0; i < list.count(); ++i)
-        EXPECT_EQ(list.indexFromNormalized(list.normalizedOf(i)), i);
+    list.addArrangements(0x3F);           // 5 entries
+    for (int32_t i = 0; i < list.count(); ++i) EXPECT_EQ(list.indexFromNormalized(list.normalizedOf(i)), i);
     EXPECT_EQ(list.indexFromNormalized(0.125), 1); // half a step rounds away from zero
     EXPECT_EQ(list.indexFromNormalized(0.124), 0);
     EXPECT_EQ(list.indexFromNormalized(2.0), 4);
     EXPECT_EQ(list.indexFromNormalized(-1.0), 0);
 }
 
-TEST(SoloGroups, CoverEverySpeakerAndNeedOthersBesides)
-{
+TEST(SoloGroups, CoverEverySpeakerAndNeedOthersBesides) {
     std::set<int32_t> covered;
-    for (const auto& group : Mix::soloGroups())
-        covered.insert(group.speakers.begin(), group.speakers.end());
+    for (const auto& group : Mix::soloGroups()) covered.insert(group.speakers.begin(), group.speakers.end());
     EXPECT_EQ(covered.size(), 26u);
     EXPECT_EQ(Mix::findSoloGroup(275), Mix::findSoloGroup(270));
     EXPECT_EQ(Mix::findSoloGroup(276), nullptr);
@@ -80,15 +75,17 @@ TEST(SoloGroups, CoverEverySpeakerAndNeedOthersBesides)
     EXPECT_TRUE(available(278, 0x600)); // side speakers alone are enough
 }
 
-TEST(ControllerNames, RemoteNamesOfBothFamilies)
-{
+TEST(ControllerNames, RemoteNamesOfBothFamilies) {
     int32_t id = 0;
     EXPECT_TRUE(Mix::baseRemoteNameToId("PanLfeGain", id) && id == 11);
     EXPECT_FALSE(Mix::baseRemoteNameToId("solo:front", id));
     EXPECT_EQ(id, 1024);
     // Input and output families share the speaker names, offset by their first solo id.
-    for (auto [name, expected] : {std::pair{"speaker:front:left", 59}, {"out:speaker:front:left", 17},
-                                  {"out:speaker:subbass", 41}, {"out:solo:SlSr", 279}, {"PanLfeGain", 11}}) {
+    for (auto [name, expected] : {std::pair{"speaker:front:left", 59},
+                                  {"out:speaker:front:left", 17},
+                                  {"out:speaker:subbass", 41},
+                                  {"out:solo:SlSr", 279},
+                                  {"PanLfeGain", 11}}) {
         EXPECT_TRUE(Mix::mixerRemoteNameToId(name, id)) << name;
         EXPECT_EQ(id, expected) << name;
     }

@@ -18,8 +18,7 @@ using Mix::MMixerController;
 namespace {
 
 struct GainRecorder : Mix::IGainView {
-    void showGains(const float* coefficients, int32_t count) override
-    {
+    void showGains(const float* coefficients, int32_t count) override {
         shown.assign(coefficients, coefficients + count);
     }
     std::vector<float> shown;
@@ -27,34 +26,31 @@ struct GainRecorder : Mix::IGainView {
 
 // A controller created and initialized as a host does, connected to a recording peer.
 struct Fixture {
-    Fixture()
-    {
+    Fixture() {
         EXPECT_EQ(controller->initialize(host->unknown()), kResultOk);
         controller->setComponentHandler(handler.get());
         controller->connect(peer.get());
     }
-    ~Fixture()
-    {
+    ~Fixture() {
         controller->terminate();
         controller->release();
     }
-    double editor(ParamID id) const
-    {
+    double editor(ParamID id) const {
         Parameter* p = controller->getEditorParameter(id);
         EXPECT_NE(p, nullptr) << id;
         return p ? p->getNormalized() : -1.0;
     }
 
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
-    IPtr<Host::ComponentHandler> handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
+    IPtr<Host::ComponentHandler> handler =
+        IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
     IPtr<RecordingPeer> peer = IPtr<RecordingPeer>::adopt(new RecordingPeer);
     MMixerController* controller = new MMixerController;
 };
 
 } // namespace
 
-TEST(MixerController, GainViewMetersAndRequestsToTheProcessor)
-{
+TEST(MixerController, GainViewMetersAndRequestsToTheProcessor) {
     Fixture f;
     GainRecorder view;
     f.controller->setGainView(&view); // the processor is asked to publish
@@ -89,19 +85,17 @@ TEST(MixerController, GainViewMetersAndRequestsToTheProcessor)
     f.controller->setInputVuMeter(true);
     f.controller->resetMaxLevelOut();
     std::vector<std::string> sent;
-    for (const auto& r : f.peer->messages)
-        sent.push_back(r.id + "=" + std::to_string(r.value));
+    for (const auto& r : f.peer->messages) sent.push_back(r.id + "=" + std::to_string(r.value));
     EXPECT_EQ(sent, (std::vector<std::string>{"enableDirectMonitoring=1", "enableDirectMonitoring=0",
                                               "inputVuMeter=1", "resetMaxLevelOut=-1"}));
 }
 
-TEST(MixerController, EditorParametersFollowArrangementsAndSolos)
-{
+TEST(MixerController, EditorParametersFollowArrangementsAndSolos) {
     Fixture f;
     f.controller->arrangementsChanged(0x2D63F, 0x3, true); // 7.1.4 to stereo
-    EXPECT_EQ(f.editor(335 + 8), 1.0); // Sl in
-    EXPECT_EQ(f.editor(361 + 2), 0.0); // no C out
-    EXPECT_EQ(f.editor(398), 1.0);     // an LFE to set
+    EXPECT_EQ(f.editor(335 + 8), 1.0);                     // Sl in
+    EXPECT_EQ(f.editor(361 + 2), 0.0);                     // no C out
+    EXPECT_EQ(f.editor(398), 1.0);                         // an LFE to set
 
     EXPECT_EQ(f.editor(387), 0.0);
     f.handler->clear();

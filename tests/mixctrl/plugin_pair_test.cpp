@@ -26,8 +26,7 @@ namespace {
 constexpr int32 kBlock = 256;
 
 // Sets the processor up for 32-bit blocks at 48 kHz and starts it.
-void start(IComponent* component, IAudioProcessor* processor)
-{
+void start(IComponent* component, IAudioProcessor* processor) {
     PlxProcessSetup setup{kRealtime, kSample32, kBlock, 48000.0};
     ASSERT_EQ(processor->setupProcessing(&setup), kResultOk);
     ASSERT_EQ(component->setActive(true), kResultOk);
@@ -35,15 +34,12 @@ void start(IComponent* component, IAudioProcessor* processor)
 }
 
 // One block of a steady signal on every input, with the given parameter changes.
-tresult runBlock(IAudioProcessor* processor, int32 ins, int32 outs, IPlxParameterChanges* changes)
-{
+tresult runBlock(IAudioProcessor* processor, int32 ins, int32 outs, IPlxParameterChanges* changes) {
     std::vector<std::vector<float>> in(ins, std::vector<float>(kBlock, 0.25f));
     std::vector<std::vector<float>> out(outs, std::vector<float>(kBlock, 0.0f));
     std::vector<float*> inPtr, outPtr;
-    for (auto& c : in)
-        inPtr.push_back(c.data());
-    for (auto& c : out)
-        outPtr.push_back(c.data());
+    for (auto& c : in) inPtr.push_back(c.data());
+    for (auto& c : out) outPtr.push_back(c.data());
     PlxAudioBuffers inBus{}, outBus{};
     inBus.numChannels = ins;
     inBus.channelBuffers32 = inPtr.data();
@@ -62,14 +58,15 @@ tresult runBlock(IAudioProcessor* processor, int32 ins, int32 outs, IPlxParamete
 }
 
 struct GainRecorder : Mix::IGainView {
-    void showGains(const float* coefficients, int32_t count) override { shown.assign(coefficients, coefficients + count); }
+    void showGains(const float* coefficients, int32_t count) override {
+        shown.assign(coefficients, coefficients + count);
+    }
     std::vector<float> shown;
 };
 
 } // namespace
 
-TEST(MixMorphPair, ArrangementsStateAndRequestsTravelBetweenTheHalves)
-{
+TEST(MixMorphPair, ArrangementsStateAndRequestsTravelBetweenTheHalves) {
     std::string error;
     auto module = Host::Module::load(PLX_MODULE_PATH, &error);
     ASSERT_TRUE(module) << error;
@@ -113,8 +110,7 @@ TEST(MixMorphPair, ArrangementsStateAndRequestsTravelBetweenTheHalves)
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(130), 1.0);
 }
 
-TEST(MixMorphPair, GainMatrixReachesTheControllerOnIdle)
-{
+TEST(MixMorphPair, GainMatrixReachesTheControllerOnIdle) {
     std::string error;
     auto module = Host::Module::load(PLX_MODULE_PATH, &error);
     ASSERT_TRUE(module) << error;
@@ -148,8 +144,7 @@ TEST(MixMorphPair, GainMatrixReachesTheControllerOnIdle)
     const float h = 0.70710677f;
     const std::vector<float> expected{1, 0, 0, 1, h, h, h, h, 0.5f, 0, 0, 0.5f};
     ASSERT_EQ(view.shown.size(), expected.size());
-    for (size_t i = 0; i < expected.size(); ++i)
-        EXPECT_NEAR(view.shown[i], expected[i], 1e-6) << i;
+    for (size_t i = 0; i < expected.size(); ++i) EXPECT_NEAR(view.shown[i], expected[i], 1e-6) << i;
     EXPECT_EQ(controller->getGains(), view.shown);
 
     processor->setProcessing(false);

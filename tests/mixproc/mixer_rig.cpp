@@ -2,8 +2,7 @@
 
 namespace MixTest {
 
-Plx::tresult RecordingPeer::notify(Plx::IMessage* message)
-{
+Plx::tresult RecordingPeer::notify(Plx::IMessage* message) {
     Seen seen;
     seen.id = message->getMessageID() ? message->getMessageID() : "";
     Plx::IPlxAttributes* a = message->getAttributes();
@@ -11,33 +10,29 @@ Plx::tresult RecordingPeer::notify(Plx::IMessage* message)
         const void* data = nullptr;
         uint32_t size = 0;
         if (a && a->getBinary(name, &data, &size) == Plx::kResultOk)
-            seen.blobs[name].assign(static_cast<const uint8_t*>(data), static_cast<const uint8_t*>(data) + size);
+            seen.blobs[name].assign(static_cast<const uint8_t*>(data),
+                                    static_cast<const uint8_t*>(data) + size);
     }
     for (const char* name : {"changeParams", "matrixSize", "vuMetersProcessing", "flags", "usedAsPanner"}) {
         int64_t value = 0;
-        if (a && a->getInt(name, &value) == Plx::kResultOk)
-            seen.ints[name] = value;
+        if (a && a->getInt(name, &value) == Plx::kResultOk) seen.ints[name] = value;
     }
     messages.push_back(std::move(seen));
     return Plx::kResultOk;
 }
 
-std::vector<Seen> RecordingPeer::withId(const std::string& id) const
-{
+std::vector<Seen> RecordingPeer::withId(const std::string& id) const {
     std::vector<Seen> found;
     for (const auto& m : messages)
-        if (m.id == id)
-            found.push_back(m);
+        if (m.id == id) found.push_back(m);
     return found;
 }
 
-Host::Module& MixerRig::module()
-{
+Host::Module& MixerRig::module() {
     static std::unique_ptr<Host::Module> loaded = [] {
         std::string error;
         auto m = Host::Module::load(PLX_MODULE_PATH, &error);
-        if (!m)
-            ADD_FAILURE() << error;
+        if (!m) ADD_FAILURE() << error;
         return m;
     }();
     return *loaded;
@@ -46,14 +41,14 @@ Host::Module& MixerRig::module()
 MixerRig::MixerRig()
     : host(IPtr<Host::HostApplication>::adopt(Host::HostApplication::create())),
       peer(IPtr<RecordingPeer>::adopt(RecordingPeer::create())),
-      outChanges(IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create()))
-{
+      outChanges(IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create())) {
     component = module().createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
     if (!component) {
         ADD_FAILURE() << "the factory made no MatrixMixer";
         return;
     }
-    processor = IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
+    processor =
+        IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
     point = IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
     EXPECT_EQ(component->initialize(host->unknown()), Plx::kResultOk);
     Plx::TUID controllerClass{};
@@ -63,11 +58,11 @@ MixerRig::MixerRig()
         EXPECT_EQ(controller->initialize(host->unknown()), Plx::kResultOk);
         handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
         controller->setComponentHandler(handler.get());
-        controllerPoint =
-            IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(controller.get()));
+        controllerPoint = IPtr<Plx::IConnectionPoint>::adopt(
+            Plx::queryInterfaceOf<Plx::IConnectionPoint>(controller.get()));
         RecordingPeer* recorder = peer.get();
-        processorPeer = IPtr<Plx::IConnectionPoint>::adopt(
-            Host::ConnectionTap::create(controllerPoint.get(), [recorder](Plx::IMessage* m) { recorder->notify(m); }));
+        processorPeer = IPtr<Plx::IConnectionPoint>::adopt(Host::ConnectionTap::create(
+            controllerPoint.get(), [recorder](Plx::IMessage* m) { recorder->notify(m); }));
         EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
         EXPECT_EQ(controllerPoint->connect(point.get()), Plx::kResultOk);
     } else {
@@ -75,17 +70,13 @@ MixerRig::MixerRig()
         EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
     }
     // Let the output changes grow once, as a host's do after its first blocks.
-    for (Plx::ParamID id = 400; id < 460; ++id)
-        outChanges->addChange(id, 0, 0.0);
+    for (Plx::ParamID id = 400; id < 460; ++id) outChanges->addChange(id, 0, 0.0);
     outChanges->clear();
 }
 
-MixerRig::~MixerRig()
-{
-    if (!component)
-        return;
-    if (active)
-        stop();
+MixerRig::~MixerRig() {
+    if (!component) return;
+    if (active) stop();
     point->disconnect(processorPeer.get());
     if (controller) {
         controllerPoint->disconnect(point.get());
@@ -95,40 +86,34 @@ MixerRig::~MixerRig()
     component->terminate();
 }
 
-Plx::tresult MixerRig::arrange(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out)
-{
+Plx::tresult MixerRig::arrange(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
     return processor->setBusArrangements(&in, 1, &out, 1);
 }
 
-Plx::tresult MixerRig::setup(double rate, int maxBlock, int sampleSize)
-{
+Plx::tresult MixerRig::setup(double rate, int maxBlock, int sampleSize) {
     Plx::PlxProcessSetup s{Plx::kRealtime, sampleSize, maxBlock, rate};
     return processor->setupProcessing(&s);
 }
 
-void MixerRig::start()
-{
+void MixerRig::start() {
     EXPECT_EQ(component->setActive(1), Plx::kResultOk);
     processor->setProcessing(1);
     active = true;
 }
 
-void MixerRig::stop()
-{
+void MixerRig::stop() {
     processor->setProcessing(0);
     component->setActive(0);
     active = false;
 }
 
-Plx::SpeakerArrangement MixerRig::busArrangement(int dir)
-{
+Plx::SpeakerArrangement MixerRig::busArrangement(int dir) {
     Plx::SpeakerArrangement arr = 0;
     processor->getBusArrangement(dir, 0, &arr);
     return arr;
 }
 
-Plx::tresult MixerRig::processData(Plx::PlxProcessData& data)
-{
+Plx::tresult MixerRig::processData(Plx::PlxProcessData& data) {
     outChanges->clear();
     data.outputParameterChanges = outChanges.get();
     ++processCalls;
@@ -140,32 +125,27 @@ Plx::tresult MixerRig::processData(Plx::PlxProcessData& data)
     return r;
 }
 
-Plx::tresult MixerRig::send(const char* id, const char* attribute, int64_t value)
-{
+Plx::tresult MixerRig::send(const char* id, const char* attribute, int64_t value) {
     IPtr<Host::HostMessage> message = IPtr<Host::HostMessage>::adopt(Host::HostMessage::create());
     message->setMessageID(id);
-    if (attribute)
-        message->getAttributes()->setInt(attribute, value);
+    if (attribute) message->getAttributes()->setInt(attribute, value);
     return point->notify(message.get());
 }
 
-Plx::tresult MixerRig::sendBinary(const char* id, const char* attribute, const void* data, uint32_t size)
-{
+Plx::tresult MixerRig::sendBinary(const char* id, const char* attribute, const void* data, uint32_t size) {
     IPtr<Host::HostMessage> message = IPtr<Host::HostMessage>::adopt(Host::HostMessage::create());
     message->setMessageID(id);
     message->getAttributes()->setBinary(attribute, data, size);
     return point->notify(message.get());
 }
 
-std::vector<uint8_t> MixerRig::saveState()
-{
+std::vector<uint8_t> MixerRig::saveState() {
     IPtr<Host::MemoryStream> stream = IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create());
     EXPECT_EQ(component->getState(stream.get()), Plx::kResultOk);
     return stream->bytes();
 }
 
-Plx::tresult MixerRig::loadState(const std::vector<uint8_t>& bytes)
-{
+Plx::tresult MixerRig::loadState(const std::vector<uint8_t>& bytes) {
     IPtr<Host::MemoryStream> stream = IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create(bytes));
     return component->setState(stream.get());
 }

@@ -45,8 +45,7 @@ struct Seen {
 class RecordingPeer final : public Plx::IConnectionPoint, public Host::RefCounted {
 public:
     static RecordingPeer* create() { return new RecordingPeer; }
-    Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override
-    {
+    Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override {
         PLX_HOST_ANSWER(iid, obj, Plx::IConnectionPoint)
         PLX_HOST_ANSWER(iid, obj, Plx::FUnknown)
         *obj = nullptr;
@@ -71,8 +70,7 @@ struct Planar {
     std::vector<T*> pointers;
     int frames = 0;
 
-    Planar(int numChannels, int numFrames) : channels(numChannels), pointers(numChannels), frames(numFrames)
-    {
+    Planar(int numChannels, int numFrames) : channels(numChannels), pointers(numChannels), frames(numFrames) {
         for (int c = 0; c < numChannels; ++c) {
             channels[c].assign(numFrames + kGuard, kCanary);
             std::fill(channels[c].begin(), channels[c].begin() + numFrames, T(0));
@@ -80,12 +78,10 @@ struct Planar {
         }
     }
     T& at(int c, int t) { return pointers[c][t]; }
-    bool guardsIntact() const
-    {
+    bool guardsIntact() const {
         for (const auto& ch : channels)
             for (int t = frames; t < frames + kGuard; ++t)
-                if (ch[t] != kCanary)
-                    return false;
+                if (ch[t] != kCanary) return false;
         return true;
     }
 };
@@ -140,13 +136,12 @@ private:
 
 // The level scale of the converter: normalized n to linear n ^ e * 2, with the
 // power in single precision; and its inverse.
-inline double levelLinear(double n)
-{
+inline double levelLinear(double n) {
     return static_cast<double>(std::pow(static_cast<float>(n), static_cast<float>(2.4094208396532095))) * 2.0;
 }
-inline double levelNormalized(double linear)
-{
-    return static_cast<double>(std::pow(static_cast<float>(linear / 2.0), static_cast<float>(0.41503749927884376)));
+inline double levelNormalized(double linear) {
+    return static_cast<double>(
+        std::pow(static_cast<float>(linear / 2.0), static_cast<float>(0.41503749927884376)));
 }
 
 // Parameter ids used by the tests.
@@ -157,8 +152,7 @@ inline constexpr Plx::ParamID kDirectMode = 199;
 
 template <class T>
 Plx::tresult MixerRig::process(Planar<T>& in, Planar<T>& out, int frames, Host::ParameterChanges* changes,
-                               uint64_t inSilence, uint64_t* outSilence)
-{
+                               uint64_t inSilence, uint64_t* outSilence) {
     Plx::PlxAudioBuffers inBus{};
     Plx::PlxAudioBuffers outBus{};
     inBus.numChannels = static_cast<int32_t>(in.pointers.size());
@@ -180,8 +174,7 @@ Plx::tresult MixerRig::process(Planar<T>& in, Planar<T>& out, int frames, Host::
     data.outputs = &outBus;
     data.inputParameterChanges = changes;
     const Plx::tresult r = processData(data);
-    if (outSilence)
-        *outSilence = outBus.silenceFlags;
+    if (outSilence) *outSilence = outBus.silenceFlags;
     return r;
 }
 

@@ -18,27 +18,23 @@ constexpr double kRate = 48000.0;
 // Deterministic noise in [-1, 1).
 struct Noise {
     uint32_t state = 12345;
-    float next()
-    {
+    float next() {
         state = state * 1664525u + 1013904223u;
         return static_cast<float>(state >> 8) / 8388608.0f - 1.0f;
     }
 };
 
 template <class T>
-void fillNoise(Planar<T>& p, uint32_t seed)
-{
+void fillNoise(Planar<T>& p, uint32_t seed) {
     Noise noise{seed};
     for (auto* ch : p.pointers)
-        for (int t = 0; t < p.frames; ++t)
-            ch[t] = static_cast<T>(noise.next());
+        for (int t = 0; t < p.frames; ++t) ch[t] = static_cast<T>(noise.next());
 }
 
 // A processor for `in` to `out` at 48 kHz, started, whose gains have reached
 // the matrix: a silent block sets them at once.
 std::unique_ptr<MixerRig> startedRig(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out, int block,
-                                     int sampleSize = Plx::kSample32)
-{
+                                     int sampleSize = Plx::kSample32) {
     auto rig = std::make_unique<MixerRig>();
     EXPECT_EQ(rig->arrange(in, out), Plx::kResultOk);
     EXPECT_EQ(rig->setup(kRate, block, sampleSize), Plx::kResultOk);
@@ -55,16 +51,13 @@ std::unique_ptr<MixerRig> startedRig(Plx::SpeakerArrangement in, Plx::SpeakerArr
     return rig;
 }
 
-IPtr<Host::ParameterChanges> changesOf(std::initializer_list<std::tuple<Plx::ParamID, int, double>> points)
-{
+IPtr<Host::ParameterChanges> changesOf(std::initializer_list<std::tuple<Plx::ParamID, int, double>> points) {
     auto changes = IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create());
-    for (auto [id, offset, value] : points)
-        changes->addChange(id, offset, value);
+    for (auto [id, offset, value] : points) changes->addChange(id, offset, value);
     return changes;
 }
 
-TEST(MixProcess, ConversionsAtDefaultLevels)
-{
+TEST(MixProcess, ConversionsAtDefaultLevels) {
     constexpr int n = 256;
     {
         // 5.1 (L R C LFE Ls Rs) to stereo: centre and LFE at -3 dB to both
@@ -99,28 +92,24 @@ TEST(MixProcess, ConversionsAtDefaultLevels)
         uint64_t silence = 0;
         ASSERT_EQ(rig->process(in, out, n, nullptr, 0, &silence), Plx::kResultOk);
         for (int t = 0; t < n; ++t)
-            for (int c = 0; c < 6; ++c)
-                EXPECT_EQ(out.at(c, t), c == 2 ? in.at(0, t) : 0.0f) << c << " " << t;
+            for (int c = 0; c < 6; ++c) EXPECT_EQ(out.at(c, t), c == 2 ? in.at(0, t) : 0.0f) << c << " " << t;
         // Without meters the silence flags come from the matrix: all but C.
         EXPECT_EQ(silence & 0x3F, 0x3Bu);
     }
 }
 
-TEST(MixProcess, RampLandsAtSliceEndAndIsClamped)
-{
+TEST(MixProcess, RampLandsAtSliceEndAndIsClamped) {
     // 48 kHz, 256 samples: one slice of 256. Stereo to stereo is the identity.
     constexpr int n = 256;
     auto rig = startedRig(0x3, 0x3, n);
     Planar<float> in(2, n), out(2, n);
-    for (int t = 0; t < n; ++t)
-        in.at(0, t) = in.at(1, t) = 1.0f;
+    for (int t = 0; t < n; ++t) in.at(0, t) = in.at(1, t) = 1.0f;
 
     // A step of 0.5: 0.5 / 256 per sample, the target reached at the slice's end.
     auto half = changesOf({{kGlobalLvl, 0, levelNormalized(0.5)}});
     ASSERT_EQ(rig->process(in, out, n, half.get()), Plx::kResultOk);
     const double g0 = levelLinear(levelNormalized(0.5));
-    for (int t = 0; t < n; t += 51)
-        EXPECT_NEAR(out.at(0, t), 1.0 - (1.0 - g0) * (t + 1) / n, 1e-5) << t;
+    for (int t = 0; t < n; t += 51) EXPECT_NEAR(out.at(0, t), 1.0 - (1.0 - g0) * (t + 1) / n, 1e-5) << t;
     EXPECT_NEAR(out.at(0, n - 1), g0, 1e-6);
     ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
     EXPECT_NEAR(out.at(1, 0), g0, 1e-6);
@@ -138,8 +127,7 @@ TEST(MixProcess, RampLandsAtSliceEndAndIsClamped)
     const double clamp = 1000.0 / (kRate * 5.34);
     EXPECT_NEAR(clamp, 0.0039013, 1e-7);
     EXPECT_LT(clamp, 1.0 / 256);
-    for (int t = 0; t < n; t += 37)
-        EXPECT_NEAR(out.at(0, t), 1.0 - clamp * (t + 1), 1e-5) << t;
+    for (int t = 0; t < n; t += 37) EXPECT_NEAR(out.at(0, t), 1.0 - clamp * (t + 1), 1e-5) << t;
     const double left = 1.0 - clamp * n;
     EXPECT_NEAR(out.at(0, n - 1), left, 1e-5);
     EXPECT_GT(out.at(0, n - 1), 1e-3);
@@ -148,16 +136,14 @@ TEST(MixProcess, RampLandsAtSliceEndAndIsClamped)
     EXPECT_NEAR(out.at(0, n - 1), 0.0, 1e-6);
 }
 
-TEST(MixProcess, PointInsideBlockActsInItsSlice)
-{
+TEST(MixProcess, PointInsideBlockActsInItsSlice) {
     // 512 samples at 48 kHz: two slices of 256. A single point at 300 moves
     // the level along the line from its old value at 0: slice 0 ends at the
     // value that the line has at 255, slice 1 at the point's value.
     constexpr int n = 512;
     auto rig = startedRig(0x3, 0x3, n);
     Planar<float> in(2, n), out(2, n);
-    for (int t = 0; t < n; ++t)
-        in.at(0, t) = in.at(1, t) = 1.0f;
+    for (int t = 0; t < n; ++t) in.at(0, t) = in.at(1, t) = 1.0f;
     const double v = levelNormalized(0.8);
     auto mid = changesOf({{kGlobalLvl, 300, v}});
     ASSERT_EQ(rig->process(in, out, n, mid.get()), Plx::kResultOk);
@@ -179,8 +165,7 @@ TEST(MixProcess, PointInsideBlockActsInItsSlice)
 // Runs `blocks` blocks of noise through two processors of the same
 // conversion, one with outputs in separate memory and one in place, with a
 // level automation in the second block, and compares them.
-void expectInPlaceSame(Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement outArr, bool direct)
-{
+void expectInPlaceSame(Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement outArr, bool direct) {
     constexpr int n = 256;
     auto apart = startedRig(inArr, outArr, n);
     auto inPlace = startedRig(inArr, outArr, n);
@@ -191,13 +176,10 @@ void expectInPlaceSame(Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement ou
         fillNoise(in, 10 + b);
         // In place: the first min(ins, outs) outputs are the input channels.
         Planar<float> shared(std::max(ins, outs), n);
-        for (int c = 0; c < ins; ++c)
-            std::copy(in.pointers[c], in.pointers[c] + n, shared.pointers[c]);
+        for (int c = 0; c < ins; ++c) std::copy(in.pointers[c], in.pointers[c] + n, shared.pointers[c]);
         Planar<float> sharedIn(ins, n), sharedOut(outs, n);
-        for (int c = 0; c < ins; ++c)
-            sharedIn.pointers[c] = shared.pointers[c];
-        for (int c = 0; c < outs; ++c)
-            sharedOut.pointers[c] = shared.pointers[c];
+        for (int c = 0; c < ins; ++c) sharedIn.pointers[c] = shared.pointers[c];
+        for (int c = 0; c < outs; ++c) sharedOut.pointers[c] = shared.pointers[c];
         IPtr<Host::ParameterChanges> changes;
         if (b == 1)
             changes = direct ? changesOf({{kDirectMode, 0, 1.0}}) : changesOf({{kGlobalLvl, 100, 0.6}});
@@ -210,26 +192,23 @@ void expectInPlaceSame(Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement ou
     }
 }
 
-TEST(MixProcess, InPlaceBuffersGiveTheSameResult)
-{
+TEST(MixProcess, InPlaceBuffersGiveTheSameResult) {
     expectInPlaceSame(0x3F, 0x3, false);      // general product, fewer outputs
     expectInPlaceSame(0x80000, 0x3F, false);  // one input
     expectInPlaceSame(0x3, 0x3F, false);      // two inputs
     expectInPlaceSame(0x3F, 0x3F, true);      // routing, then direct pass-through
     expectInPlaceSame(0x37, 0x3F, true);      // direct routing that shifts channels up
     expectInPlaceSame(0x3F, 0x37, true);      // and down
-    expectInPlaceSame(0x2FE3F, 0x63F, false);      // 7.1.6 to 7.1
+    expectInPlaceSame(0x2FE3F, 0x63F, false); // 7.1.6 to 7.1
 }
 
-TEST(MixProcess, SilentInputKeepsInPlaceOutputsAndFlagsAll)
-{
+TEST(MixProcess, SilentInputKeepsInPlaceOutputsAndFlagsAll) {
     constexpr int n = 128;
     auto rig = startedRig(0x3, 0x3F, n);
     Planar<float> in(2, n);
     fillNoise(in, 5);
     Planar<float> out(6, n);
-    for (int c = 0; c < 6; ++c)
-        std::fill(out.pointers[c], out.pointers[c] + n, 0.25f);
+    for (int c = 0; c < 6; ++c) std::fill(out.pointers[c], out.pointers[c] + n, 0.25f);
     out.pointers[0] = in.pointers[0]; // in place on L
     const std::vector<float> before(in.pointers[0], in.pointers[0] + n);
     uint64_t silence = 0;
@@ -237,16 +216,17 @@ TEST(MixProcess, SilentInputKeepsInPlaceOutputsAndFlagsAll)
     EXPECT_EQ(silence, ~0ull);
     EXPECT_EQ(std::vector<float>(out.pointers[0], out.pointers[0] + n), before);
     for (int c = 1; c < 6; ++c)
-        for (int t = 0; t < n; ++t)
-            ASSERT_EQ(out.at(c, t), 0.0f);
+        for (int t = 0; t < n; ++t) ASSERT_EQ(out.at(c, t), 0.0f);
     EXPECT_TRUE(out.guardsIntact());
 }
 
-TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit)
-{
+TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit) {
     constexpr int n = 384;
-    for (auto [inArr, outArr] : {std::pair<uint64_t, uint64_t>{0x3F, 0x3}, {0x80000, 0x3F}, {0x3, 0x3F},
-                                 {0x2FE3F, 0x63F}, {0x3F, 0x3F}}) {
+    for (auto [inArr, outArr] : {std::pair<uint64_t, uint64_t>{0x3F, 0x3},
+                                 {0x80000, 0x3F},
+                                 {0x3, 0x3F},
+                                 {0x2FE3F, 0x63F},
+                                 {0x3F, 0x3F}}) {
         auto rig32 = startedRig(inArr, outArr, n, Plx::kSample32);
         auto rig64 = startedRig(inArr, outArr, n, Plx::kSample64);
         const int ins = rig32->inputs();
@@ -256,9 +236,9 @@ TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit)
             fillNoise(in, 20 + b);
             Planar<double> in64(ins, n), out64(outs, n);
             for (int c = 0; c < ins; ++c)
-                for (int t = 0; t < n; ++t)
-                    in64.at(c, t) = in.at(c, t);
-            auto changes = b == 1 ? changesOf({{kGlobalLvl, 50, 0.5}, {kCenterLvl, 200, 0.9}}) : changesOf({});
+                for (int t = 0; t < n; ++t) in64.at(c, t) = in.at(c, t);
+            auto changes =
+                b == 1 ? changesOf({{kGlobalLvl, 50, 0.5}, {kCenterLvl, 200, 0.9}}) : changesOf({});
             ASSERT_EQ(rig32->process(in, out, n, changes.get()), Plx::kResultOk);
             ASSERT_EQ(rig64->process(in64, out64, n, changes.get()), Plx::kResultOk);
             for (int c = 0; c < outs; ++c)
@@ -270,8 +250,7 @@ TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit)
     }
 }
 
-TEST(MixProcess, BlockProductEqualsPerSampleMix)
-{
+TEST(MixProcess, BlockProductEqualsPerSampleMix) {
     // A settled 22.2 to 7.1.4 matrix is applied to the rest of each slice as a
     // block, and so is a ramp; the sums over inputs worked out here sample by
     // sample must agree within float rounding.
@@ -324,8 +303,7 @@ TEST(MixProcess, BlockProductEqualsPerSampleMix)
         }
 }
 
-TEST(MixProcess, MetersReachTheirIds)
-{
+TEST(MixProcess, MetersReachTheirIds) {
     constexpr int n = 480; // 48000 / 25 = 1920 samples per meter value: every fourth block,
                            // counting the silent block that starts the rig
     auto rig = startedRig(0x3F, 0x3, n);
@@ -334,8 +312,7 @@ TEST(MixProcess, MetersReachTheirIds)
     Planar<float> in(6, n), out(2, n);
     const float amp[6] = {0.5f, 0.25f, 0.125f, 0.0f, 0.75f, 0.0625f};
     for (int c = 0; c < 6; ++c)
-        for (int t = 0; t < n; ++t)
-            in.at(c, t) = (t % 2 ? -amp[c] : amp[c]) * (t == 100 ? 1.0f : 0.5f);
+        for (int t = 0; t < n; ++t) in.at(c, t) = (t % 2 ? -amp[c] : amp[c]) * (t == 100 ? 1.0f : 0.5f);
     auto valueOf = [&](Plx::ParamID id, double* value) { return rig->outChanges->lastValue(id, value); };
     double v = 0.0;
     for (int b = 0; b < 2; ++b) {
@@ -363,10 +340,8 @@ TEST(MixProcess, MetersReachTheirIds)
     // The peaks restart after each send; the maxima hold until reset.
     rig->send(Mix::Msg::kResetMaxLevelOut);
     for (int c = 0; c < 6; ++c)
-        for (int t = 0; t < n; ++t)
-            in.at(c, t) *= 0.5f;
-    for (int b = 0; b < 4; ++b)
-        ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
+        for (int t = 0; t < n; ++t) in.at(c, t) *= 0.5f;
+    for (int b = 0; b < 4; ++b) ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
     ASSERT_TRUE(valueOf(Mix::MeterId::kInputPeakFirst + 4, &v));
     EXPECT_FLOAT_EQ(v, 0.375f);
     ASSERT_TRUE(valueOf(Mix::MeterId::kMaxInLevel, &v));
@@ -387,8 +362,7 @@ TEST(MixProcess, MetersReachTheirIds)
     EXPECT_EQ(rig->send("noSuchMessage", "x", 1), Plx::kResultFalse);
 }
 
-TEST(MixProcess, GainMatrixReachesTheControllerOnIdle)
-{
+TEST(MixProcess, GainMatrixReachesTheControllerOnIdle) {
     constexpr int n = 256;
     auto rig = startedRig(0x3F, 0x3, n);
     Planar<float> in(6, n), out(2, n);
@@ -411,8 +385,7 @@ TEST(MixProcess, GainMatrixReachesTheControllerOnIdle)
     ASSERT_EQ(sent[0].blobs["coefficients"].size(), sizeof g);
     std::memcpy(g, sent[0].blobs["coefficients"].data(), sizeof g);
     const float expected[12] = {1, 0, 0, 1, kSqrtHalf, kSqrtHalf, kSqrtHalf, kSqrtHalf, 0.5f, 0, 0, 0.5f};
-    for (int k = 0; k < 12; ++k)
-        EXPECT_NEAR(g[k], expected[k], 1e-6) << k;
+    for (int k = 0; k < 12; ++k) EXPECT_NEAR(g[k], expected[k], 1e-6) << k;
     // Idle again without a change sends nothing; a level change sends again.
     rig->host->idle();
     rig->host->idle();
@@ -426,8 +399,7 @@ TEST(MixProcess, GainMatrixReachesTheControllerOnIdle)
     EXPECT_NEAR(g[0], 2.0f, 1e-6);
 }
 
-TEST(MixProcess, MalformedBlocksAnswerACodeAndWriteNothing)
-{
+TEST(MixProcess, MalformedBlocksAnswerACodeAndWriteNothing) {
     constexpr int n = 64;
     auto rig = std::make_unique<MixerRig>();
     ASSERT_EQ(rig->arrange(0x3F, 0x3), Plx::kResultOk);
@@ -474,15 +446,15 @@ TEST(MixProcess, MalformedBlocksAnswerACodeAndWriteNothing)
     data.inputParameterChanges = louder.get();
     EXPECT_EQ(rig->processData(data), Plx::kResultOk);
     ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
-    EXPECT_NEAR(out.at(0, 0), 2.0 * (in.at(0, 0) + kSqrtHalf * (in.at(2, 0) + in.at(3, 0)) + 0.5 * in.at(4, 0)), 1e-5);
+    EXPECT_NEAR(out.at(0, 0),
+                2.0 * (in.at(0, 0) + kSqrtHalf * (in.at(2, 0) + in.at(3, 0)) + 0.5 * in.at(4, 0)), 1e-5);
     // A block of 0 samples and of 1 sample.
     EXPECT_EQ(rig->process(in, out, 0), Plx::kResultOk);
     EXPECT_EQ(rig->process(in, out, 1), Plx::kResultOk);
     EXPECT_TRUE(out.guardsIntact());
 }
 
-TEST(MixProcess, GuardSeesAllocationsAndLocks)
-{
+TEST(MixProcess, GuardSeesAllocationsAndLocks) {
     if (!RtGuard::available())
         GTEST_SKIP() << "the sanitizer owns the allocator under ASan; the guard runs in the release build";
     // The guard must see what the module does: creating an instance allocates.

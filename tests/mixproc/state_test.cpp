@@ -16,28 +16,22 @@ namespace {
 
 namespace Msg = Mix::Msg;
 
-std::string busName(MixerRig& rig, int dir)
-{
+std::string busName(MixerRig& rig, int dir) {
     Plx::BusInfo info{};
-    if (rig.component->getBusInfo(Plx::kAudio, dir, 0, &info) != Plx::kResultOk)
-        return "?";
+    if (rig.component->getBusInfo(Plx::kAudio, dir, 0, &info) != Plx::kResultOk) return "?";
     std::string name;
-    for (const char16_t* c = info.name; *c; ++c)
-        name.push_back(static_cast<char>(*c));
+    for (const char16_t* c = info.name; *c; ++c) name.push_back(static_cast<char>(*c));
     return name;
 }
 
-uint64_t blobWord(const Seen& seen, const char* name)
-{
+uint64_t blobWord(const Seen& seen, const char* name) {
     auto it = seen.blobs.find(name);
     uint64_t word = 0;
-    if (it != seen.blobs.end() && it->second.size() == 8)
-        std::memcpy(&word, it->second.data(), 8);
+    if (it != seen.blobs.end() && it->second.size() == 8) std::memcpy(&word, it->second.data(), 8);
     return word;
 }
 
-TEST(MixBuses, NegotiationCases)
-{
+TEST(MixBuses, NegotiationCases) {
     MixerRig rig;
     // After initialize: mono in, 5.1 out, both buses labelled "Input".
     EXPECT_EQ(rig.busArrangement(Plx::kInput), 0x80000u);
@@ -60,19 +54,20 @@ TEST(MixBuses, NegotiationCases)
     };
     const Case cases[] = {
         {0x3F, 0x3, Plx::kResultOk, 0x3F, 0x3},
-        {0x7FFFFFF, 0x7, Plx::kResultFalse, 0x3F, 0x7},              // 27 bits in
-        {0x3, 0xFFFFFFFFFull, Plx::kResultFalse, 0x3, 0x3F},         // 36 bits out
-        {0xF00000, 0x3, Plx::kResultFalse, 0x33, 0x3},               // first-order ambisonics in
-        {0x7C000F00000, 0x3F, Plx::kResultFalse, 0x2D037, 0x3F},     // second order
-        {0x3FFC000F00000, 0x3F, Plx::kResultFalse, 0x6F6FF, 0x3F},   // third order
-        {0x3F, 0xF00000, Plx::kResultOk, 0x3F, 0xF00000},            // an ambisonic output stays
-        {0x7307FFFF, 0x2D63F, Plx::kResultOk, 0x7307FFFF, 0x2D63F},  // 22.2 to 7.1.4
+        {0x7FFFFFF, 0x7, Plx::kResultFalse, 0x3F, 0x7},             // 27 bits in
+        {0x3, 0xFFFFFFFFFull, Plx::kResultFalse, 0x3, 0x3F},        // 36 bits out
+        {0xF00000, 0x3, Plx::kResultFalse, 0x33, 0x3},              // first-order ambisonics in
+        {0x7C000F00000, 0x3F, Plx::kResultFalse, 0x2D037, 0x3F},    // second order
+        {0x3FFC000F00000, 0x3F, Plx::kResultFalse, 0x6F6FF, 0x3F},  // third order
+        {0x3F, 0xF00000, Plx::kResultOk, 0x3F, 0xF00000},           // an ambisonic output stays
+        {0x7307FFFF, 0x2D63F, Plx::kResultOk, 0x7307FFFF, 0x2D63F}, // 22.2 to 7.1.4
     };
     for (const Case& c : cases) {
         rig.peer->messages.clear();
         in = c.in;
         out = c.out;
-        EXPECT_EQ(rig.processor->setBusArrangements(&in, 1, &out, 1), c.answer) << std::hex << c.in << " " << c.out;
+        EXPECT_EQ(rig.processor->setBusArrangements(&in, 1, &out, 1), c.answer)
+            << std::hex << c.in << " " << c.out;
         EXPECT_EQ(rig.busArrangement(Plx::kInput), c.gotIn) << std::hex << c.in;
         EXPECT_EQ(rig.busArrangement(Plx::kOutput), c.gotOut) << std::hex << c.out;
         EXPECT_EQ(busName(rig, Plx::kInput), "Input");
@@ -95,18 +90,20 @@ TEST(MixBuses, NegotiationCases)
     EXPECT_EQ(rig.setup(48000.0, 0), Plx::kResultFalse);
 }
 
-TEST(MixBuses, MessagesWaitForThePeer)
-{
+TEST(MixBuses, MessagesWaitForThePeer) {
     auto host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     auto component = MixerRig::module().createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
     ASSERT_TRUE(component);
     ASSERT_EQ(component->initialize(host->unknown()), Plx::kResultOk);
-    auto processor = IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
-    auto point = IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
+    auto processor =
+        IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
+    auto point =
+        IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
     Plx::SpeakerArrangement a = 0x3F, b = 0x3, c = 0x7;
     processor->setBusArrangements(&a, 1, &b, 1);
     processor->setBusArrangements(&a, 1, &c, 1);
-    auto graph = IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(component.get()));
+    auto graph =
+        IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(component.get()));
     ASSERT_TRUE(graph);
     graph->setGraphLocation(0, 4); // not sent: no peer yet, and it doesn't wait
     auto peer = IPtr<RecordingPeer>::adopt(RecordingPeer::create());
@@ -144,24 +141,20 @@ struct ParsedState {
     bool complete = false;
 };
 
-ParsedState parse(const std::vector<uint8_t>& b)
-{
+ParsedState parse(const std::vector<uint8_t>& b) {
     ParsedState s;
     size_t pos = 0;
     auto take = [&](auto& v) {
-        if (pos + sizeof v > b.size())
-            return false;
+        if (pos + sizeof v > b.size()) return false;
         std::memcpy(&v, b.data() + pos, sizeof v);
         pos += sizeof v;
         return true;
     };
-    if (!take(s.magic) || !take(s.format) || !take(s.version) || !take(s.count))
-        return s;
+    if (!take(s.magic) || !take(s.format) || !take(s.version) || !take(s.count)) return s;
     for (int r = 0; r < s.count; ++r) {
         int16_t kind = 0;
         int32_t length = 0, id = 0;
-        if (!take(kind) || !take(length) || pos + length > b.size())
-            return s;
+        if (!take(kind) || !take(length) || pos + length > b.size()) return s;
         s.names.emplace_back(reinterpret_cast<const char*>(b.data() + pos));
         EXPECT_EQ(static_cast<int32_t>(s.names.back().size()) + 1, length);
         pos += length;
@@ -184,24 +177,25 @@ ParsedState parse(const std::vector<uint8_t>& b)
     return s;
 }
 
-double dB(double linear) { return 20.0 * std::log10(linear); }
+double dB(double linear) {
+    return 20.0 * std::log10(linear);
+}
 
 // Levels set the way a host sets them outside the audio: a block without buses.
-void setLevels(MixerRig& rig, std::initializer_list<std::pair<Plx::ParamID, double>> levels)
-{
+void setLevels(MixerRig& rig, std::initializer_list<std::pair<Plx::ParamID, double>> levels) {
     auto changes = IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create());
-    for (auto [id, value] : levels)
-        changes->addChange(id, 0, value);
+    for (auto [id, value] : levels) changes->addChange(id, 0, value);
     Plx::PlxProcessData data{};
     data.inputParameterChanges = changes.get();
     EXPECT_EQ(rig.processData(data), Plx::kResultOk);
 }
 
-TEST(MixState, WrittenAndReadBackWithTheSameLevels)
-{
+TEST(MixState, WrittenAndReadBackWithTheSameLevels) {
     MixerRig a;
     ASSERT_EQ(a.arrange(0x3F, 0x3), Plx::kResultOk);
-    setLevels(a, {{kCenterLvl, 0.6}, {kSurroundLvl, 0.9}, {kGlobalLvl, 0.5}, {133, 1.0}, {135, 0.3}, {137, 2.0 / 3}});
+    setLevels(
+        a,
+        {{kCenterLvl, 0.6}, {kSurroundLvl, 0.9}, {kGlobalLvl, 0.5}, {133, 1.0}, {135, 0.3}, {137, 2.0 / 3}});
     const auto bytes = a.saveState();
     const ParsedState s = parse(bytes);
     EXPECT_EQ(s.magic, 0x12345678);
@@ -209,8 +203,8 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels)
     EXPECT_EQ(s.version, 2);
     ASSERT_EQ(s.count, 8);
     ASSERT_TRUE(s.complete);
-    EXPECT_EQ(s.names, (std::vector<std::string>{"centerLvl", "surroundLvl", "globalLvl", "lPFilter", "sideLvl",
-                                                 "topLvl", "bottomLvl", "activePartsMM"}));
+    EXPECT_EQ(s.names, (std::vector<std::string>{"centerLvl", "surroundLvl", "globalLvl", "lPFilter",
+                                                 "sideLvl", "topLvl", "bottomLvl", "activePartsMM"}));
     EXPECT_EQ(s.in, 0x3Fu);
     EXPECT_EQ(s.out, 0x3u);
     // Plain values: decibels of the level scale, -180 for silence; a bool; an integer.
@@ -232,8 +226,7 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels)
     EXPECT_TRUE(b.peer->withId(Msg::kRestartComponent).empty());
     const ParsedState back = parse(b.saveState());
     ASSERT_TRUE(back.complete);
-    for (auto [id, kv] : s.values)
-        EXPECT_NEAR(back.values.at(id).second, kv.second, 1e-3) << id;
+    for (auto [id, kv] : s.values) EXPECT_NEAR(back.values.at(id).second, kv.second, 1e-3) << id;
 
     // And it sounds the same.
     constexpr int n = 256;
@@ -243,20 +236,17 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels)
     }
     Planar<float> in(6, n), outA(2, n), outB(2, n);
     for (int c = 0; c < 6; ++c)
-        for (int t = 0; t < n; ++t)
-            in.at(c, t) = std::sin(0.01f * (c + 1) * t);
+        for (int t = 0; t < n; ++t) in.at(c, t) = std::sin(0.01f * (c + 1) * t);
     for (int block = 0; block < 3; ++block) {
         ASSERT_EQ(a.process(in, outA, n), Plx::kResultOk);
         ASSERT_EQ(b.process(in, outB, n), Plx::kResultOk);
     }
     for (int c = 0; c < 2; ++c)
-        for (int t = 0; t < n; ++t)
-            ASSERT_NEAR(outA.at(c, t), outB.at(c, t), 1e-5);
+        for (int t = 0; t < n; ++t) ASSERT_NEAR(outA.at(c, t), outB.at(c, t), 1e-5);
     EXPECT_GT(std::fabs(outA.at(0, 10)), 0.0f);
 }
 
-TEST(MixState, OtherArrangementsTakeTheRestartPath)
-{
+TEST(MixState, OtherArrangementsTakeTheRestartPath) {
     MixerRig source;
     ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
     const auto bytes = source.saveState();
@@ -311,7 +301,8 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath)
         MixerRig rig;
         ASSERT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
         rig.start();
-        auto graph = IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(rig.component.get()));
+        auto graph =
+            IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(rig.component.get()));
         graph->setGraphLocation(0, 4);
         ASSERT_EQ(rig.loadState(bytes), Plx::kResultOk);
         EXPECT_TRUE(rig.peer->withId(Msg::kRestartComponent).empty());
@@ -331,14 +322,12 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath)
     }
 }
 
-std::vector<uint8_t> withInt32(std::vector<uint8_t> bytes, size_t at, int32_t value)
-{
+std::vector<uint8_t> withInt32(std::vector<uint8_t> bytes, size_t at, int32_t value) {
     std::memcpy(bytes.data() + at, &value, 4);
     return bytes;
 }
 
-TEST(MixState, MalformedStreams)
-{
+TEST(MixState, MalformedStreams) {
     MixerRig source;
     ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
     setLevels(source, {{kCenterLvl, 0.6}, {kSurroundLvl, 0.9}, {kGlobalLvl, 0.5}});
@@ -381,8 +370,7 @@ TEST(MixState, MalformedStreams)
     EXPECT_EQ(cut.loadState(withInt32(good, 18, -5)), Plx::kResultOk);
 }
 
-TEST(MixState, RandomAndMutatedStreams)
-{
+TEST(MixState, RandomAndMutatedStreams) {
     MixerRig source;
     ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
     const auto good = source.saveState();
@@ -396,15 +384,12 @@ TEST(MixState, RandomAndMutatedStreams)
         switch (k % 4) {
         case 0: // random bytes, sometimes with the right magic
             bytes.resize(random() % 200);
-            for (auto& b : bytes)
-                b = byte();
-            if (bytes.size() >= 8 && k % 8 == 0)
-                bytes = withInt32(withInt32(bytes, 0, 0x12345678), 4, 2);
+            for (auto& b : bytes) b = byte();
+            if (bytes.size() >= 8 && k % 8 == 0) bytes = withInt32(withInt32(bytes, 0, 0x12345678), 4, 2);
             break;
         case 1: // a good stream with bytes changed
             bytes = good;
-            for (int m = 1 + random() % 4; m > 0; --m)
-                bytes[random() % bytes.size()] = byte();
+            for (int m = 1 + random() % 4; m > 0; --m) bytes[random() % bytes.size()] = byte();
             break;
         case 2: // cut short
             bytes.assign(good.begin(), good.begin() + random() % good.size());

@@ -24,14 +24,11 @@ struct Loaded {
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
 
     // The first processor class that the module can build.
-    IPtr<IComponent> anyProcessor(FUID* cid = nullptr)
-    {
+    IPtr<IComponent> anyProcessor(FUID* cid = nullptr) {
         for (const ClassInfo2& info : module->classes()) {
-            if (std::string(info.category) != "Audio Module Class")
-                continue;
+            if (std::string(info.category) != "Audio Module Class") continue;
             if (auto component = module->createInstance<IComponent>(FUID(info.cid))) {
-                if (cid)
-                    *cid = FUID(info.cid);
+                if (cid) *cid = FUID(info.cid);
                 return component;
             }
         }
@@ -39,8 +36,7 @@ struct Loaded {
     }
 };
 
-IPtr<IConnectionPoint> tap(std::vector<std::string>* seen)
-{
+IPtr<IConnectionPoint> tap(std::vector<std::string>* seen) {
     return IPtr<IConnectionPoint>::adopt(Host::ConnectionTap::create(nullptr, [seen](IMessage* message) {
         seen->push_back(message->getMessageID() ? message->getMessageID() : "");
     }));
@@ -48,14 +44,12 @@ IPtr<IConnectionPoint> tap(std::vector<std::string>* seen)
 
 } // namespace
 
-TEST(ModuleProcessor, AnswersItsInterfacesAndNamesItsController)
-{
+TEST(ModuleProcessor, AnswersItsInterfacesAndNamesItsController) {
     Loaded m;
     ASSERT_TRUE(m.module && m.module->factory());
     FUID cid;
     auto component = m.anyProcessor(&cid);
-    if (!component)
-        GTEST_SKIP() << "no processor of the module can be created yet";
+    if (!component) GTEST_SKIP() << "no processor of the module can be created yet";
 
     // A known class asked for an interface it lacks: no object, no leak.
     void* obj = &obj;
@@ -78,13 +72,11 @@ TEST(ModuleProcessor, AnswersItsInterfacesAndNamesItsController)
     EXPECT_EQ(component->getControllerClassId(nullptr), kInvalidArgument);
 }
 
-TEST(ModuleProcessor, InitializeConnectAndBusesAreChecked)
-{
+TEST(ModuleProcessor, InitializeConnectAndBusesAreChecked) {
     Loaded m;
     ASSERT_TRUE(m.module && m.module->factory());
     auto component = m.anyProcessor();
-    if (!component)
-        GTEST_SKIP() << "no processor of the module can be created yet";
+    if (!component) GTEST_SKIP() << "no processor of the module can be created yet";
 
     ASSERT_EQ(component->initialize(m.host->unknown()), kResultOk);
     auto other = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());

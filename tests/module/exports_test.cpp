@@ -9,13 +9,11 @@
 
 namespace {
 
-std::set<std::string> definedDynamicSymbols(const std::string& path)
-{
+std::set<std::string> definedDynamicSymbols(const std::string& path) {
     std::set<std::string> names;
     const std::string command = "nm -D --defined-only '" + path + "' 2>/dev/null";
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe)
-        return names;
+    if (!pipe) return names;
     std::array<char, 512> line{};
     while (fgets(line.data(), line.size(), pipe.get())) {
         char type = 0;
@@ -29,8 +27,7 @@ std::set<std::string> definedDynamicSymbols(const std::string& path)
 
 } // namespace
 
-TEST(ModuleExports, ExactlyTheThreeEntryPoints)
-{
+TEST(ModuleExports, ExactlyTheThreeEntryPoints) {
     const auto names = definedDynamicSymbols(PLX_MODULE_PATH);
     EXPECT_EQ(names, (std::set<std::string>{"ExitDll", "GetPluginFactory", "InitDll"}));
 }

@@ -13,8 +13,7 @@ using namespace Tannhofen::Plx;
 
 namespace {
 
-std::string hex(const TUID& id)
-{
+std::string hex(const TUID& id) {
     static const char digits[] = "0123456789ABCDEF";
     std::string s;
     for (uint8_t b : id) {
@@ -26,14 +25,11 @@ std::string hex(const TUID& id)
 
 // Every byte of a text field behind its text is zero.
 template <size_t N, class C>
-bool zeroFilled(const C (&field)[N])
-{
+bool zeroFilled(const C (&field)[N]) {
     size_t i = 0;
-    while (i < N && field[i])
-        ++i;
+    while (i < N && field[i]) ++i;
     for (; i < N; ++i)
-        if (field[i])
-            return false;
+        if (field[i]) return false;
     return true;
 }
 
@@ -56,8 +52,7 @@ const Expected kClasses[6] = {
     {"A97F8E039A62AA4E8541B88918E8952D", "Component Controller Class", "PLX SphereDecoder Controller", 0, ""},
 };
 
-std::unique_ptr<Host::Module> loadModule()
-{
+std::unique_ptr<Host::Module> loadModule() {
     std::string error;
     auto module = Host::Module::load(PLX_MODULE_PATH, &error);
     EXPECT_TRUE(module) << error;
@@ -66,8 +61,7 @@ std::unique_ptr<Host::Module> loadModule()
 
 } // namespace
 
-TEST(ModuleFactory, ListsTheSixClassesWithTheirRecords)
-{
+TEST(ModuleFactory, ListsTheSixClassesWithTheirRecords) {
     auto module = loadModule();
     ASSERT_TRUE(module && module->factory());
     IPlxFactory* factory = module->factory();
@@ -131,8 +125,7 @@ TEST(ModuleFactory, ListsTheSixClassesWithTheirRecords)
     EXPECT_EQ(factory3->setHostContext(nullptr), kNotImplemented);
 }
 
-TEST(ModuleFactory, IsOneObjectUntilItsLastReleaseThenANewOne)
-{
+TEST(ModuleFactory, IsOneObjectUntilItsLastReleaseThenANewOne) {
     auto module = loadModule();
     ASSERT_TRUE(module && module->factory());
     IPlxFactory* first = module->factory();
@@ -155,8 +148,7 @@ TEST(ModuleFactory, IsOneObjectUntilItsLastReleaseThenANewOne)
     EXPECT_EQ(fresh->release(), 0u);
 }
 
-TEST(ModuleFactory, UnknownIdsAnswerNoInterfaceAndNull)
-{
+TEST(ModuleFactory, UnknownIdsAnswerNoInterfaceAndNull) {
     auto module = loadModule();
     ASSERT_TRUE(module && module->factory());
     IPlxFactory* factory = module->factory();
@@ -179,8 +171,7 @@ TEST(ModuleFactory, UnknownIdsAnswerNoInterfaceAndNull)
     }
 }
 
-TEST(ModuleEntry, ASurplusExitDllAnswersFalse)
-{
+TEST(ModuleEntry, ASurplusExitDllAnswersFalse) {
     auto module = loadModule(); // load() called InitDll once
     ASSERT_TRUE(module);
     EXPECT_TRUE(module->initDll());
@@ -192,8 +183,7 @@ TEST(ModuleEntry, ASurplusExitDllAnswersFalse)
     EXPECT_TRUE(module->initDll());
 }
 
-TEST(ModuleLoad, ReportsAFileThatIsNoModule)
-{
+TEST(ModuleLoad, ReportsAFileThatIsNoModule) {
     std::string error;
     EXPECT_FALSE(Host::Module::load(PLX_BINARY_DIR "/no-such-module.plx", &error));
     EXPECT_FALSE(error.empty());

@@ -10,8 +10,7 @@ namespace {
 
 // The file of a shared library that this test has loaded, and that exports
 // none of a module's entry points.
-std::string someOtherLibrary()
-{
+std::string someOtherLibrary() {
     Dl_info info{};
     dladdr(reinterpret_cast<void*>(&sf_open), &info);
     return info.dli_fname ? info.dli_fname : "";
@@ -23,8 +22,7 @@ struct Mistake {
     bool needsMixMorph;
 };
 
-void expectOneLineError(const PlxRun& run, const std::string& says, const std::string& what)
-{
+void expectOneLineError(const PlxRun& run, const std::string& says, const std::string& what) {
     EXPECT_NE(run.status, 0) << what;
     EXPECT_EQ(run.err.rfind("plx: error: ", 0), 0u) << what << ": " << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << what << ": " << run.err;
@@ -33,15 +31,16 @@ void expectOneLineError(const PlxRun& run, const std::string& says, const std::s
 
 } // namespace
 
-TEST(PlxErrors, EachMistakeGetsOneLineAndLeavesNoFileBehind)
-{
+TEST(PlxErrors, EachMistakeGetsOneLineAndLeavesNoFileBehind) {
     TempDir dir;
     const std::string in51 = (dir / "in51.wav").string();
-    writeAudio(in51, 6, 48000, 4800, [](int64_t f, int c) { return 0.01 * c + 1e-4 * static_cast<double>(f % 7); });
+    writeAudio(in51, 6, 48000, 4800,
+               [](int64_t f, int c) { return 0.01 * c + 1e-4 * static_cast<double>(f % 7); });
     const std::string text = (dir / "notes.wav").string();
     std::ofstream(text) << "this is not audio\n";
     const std::string automation = (dir / "bad.auto").string();
-    std::ofstream(automation) << "# time parameter value\n0.5 \"Global Level\" 0dB\nsoon \"Global Level\" -6dB\n";
+    std::ofstream(automation)
+        << "# time parameter value\n0.5 \"Global Level\" 0dB\nsoon \"Global Level\" -6dB\n";
     // An earlier result in place of the output: it must survive every failure.
     const std::string out = (dir / "out.wav").string();
     std::ofstream(out) << "earlier result";
@@ -59,10 +58,12 @@ TEST(PlxErrors, EachMistakeGetsOneLineAndLeavesNoFileBehind)
         {with({"--out-layout", "0xZZ"}), "unknown layout '0xZZ'", false},
         {with({"--in-layout", "7.1.4"}), "has 6 channels, but 7.1.4 has 12", false},
         {{"render", "--effect", "MixMorph", "--in", (dir / "missing.wav").string(), "--out", out},
-         "cannot read audio from", false},
+         "cannot read audio from",
+         false},
         {{"render", "--effect", "MixMorph", "--in", text, "--out", out}, "cannot read audio from", false},
         {{"render", "--effect", "MixMorph", "--in", in51, "--out", (dir / "no/such/dir/out.wav").string()},
-         "cannot write", false},
+         "cannot write",
+         false},
         {with({"--block", "0"}), "--block must be a whole number", false},
         {with({"--bogus"}), "unknown option '--bogus'", false},
         {{"render", "--effect", "MixMorph", "--in", in51}, "missing option --out", false},
@@ -78,14 +79,13 @@ TEST(PlxErrors, EachMistakeGetsOneLineAndLeavesNoFileBehind)
         {with({"--automation", automation}), "bad.auto:3: bad time 'soon'", true},
         {with({"--state-in", text}), "not a plx state file", true},
         {{"matrix", "--effect", "MixMorph", "--in-layout", "5.1", "--out-layout", "Hexaphonic"},
-         "unknown layout 'Hexaphonic'", false},
+         "unknown layout 'Hexaphonic'",
+         false},
     };
     for (const Mistake& mistake : mistakes) {
-        if (mistake.needsMixMorph && !mixMorphAvailable())
-            continue;
+        if (mistake.needsMixMorph && !mixMorphAvailable()) continue;
         std::string what;
-        for (const std::string& arg : mistake.args)
-            what += arg + " ";
+        for (const std::string& arg : mistake.args) what += arg + " ";
         expectOneLineError(plx(mistake.args), mistake.says, what);
         EXPECT_EQ(dir.names(), before) << what;
     }

@@ -8,18 +8,17 @@ using namespace PlxTest;
 namespace {
 
 // The "IN -> OUT" part of render's summary line.
-std::string summary(const PlxRun& run)
-{
+std::string summary(const PlxRun& run) {
     const size_t colon = run.out.find(": ");
     const size_t comma = run.out.find(',', colon);
-    return colon == std::string::npos || comma == std::string::npos ? run.out
-                                                                     : run.out.substr(colon + 2, comma - colon - 2);
+    return colon == std::string::npos || comma == std::string::npos
+               ? run.out
+               : run.out.substr(colon + 2, comma - colon - 2);
 }
 
 } // namespace
 
-TEST(PlxLayouts, NamesMasksAndTheFilesOwnChannelMaskAgree)
-{
+TEST(PlxLayouts, NamesMasksAndTheFilesOwnChannelMaskAgree) {
     PLX_REQUIRE_MIXMORPH();
     TempDir dir;
     const std::string out = (dir / "out.wav").string();
@@ -43,15 +42,18 @@ TEST(PlxLayouts, NamesMasksAndTheFilesOwnChannelMaskAgree)
     // A mask that the file's channels contradict is refused, a name is matched without case.
     const std::string six = (dir / "six.wav").string();
     writeAudio(six, 6, 48000, 100, silence);
-    EXPECT_EQ(summary(render(six, {"--in-layout", "5.1", "--out-layout", "7.1"})), "5.1 -> 7.1 Music (Dolby)");
-    EXPECT_EQ(summary(render(six, {"--in-layout", "6.0 CINE", "--out-layout", "quadro"})), "6.0 Cine -> Quadro");
+    EXPECT_EQ(summary(render(six, {"--in-layout", "5.1", "--out-layout", "7.1"})),
+              "5.1 -> 7.1 Music (Dolby)");
+    EXPECT_EQ(summary(render(six, {"--in-layout", "6.0 CINE", "--out-layout", "quadro"})),
+              "6.0 Cine -> Quadro");
     EXPECT_NE(render(six, {"--in-layout", "0x7"}).status, 0);
 
     // FLAC and AIFF carry no mask: six channels are taken for 5.1.
     for (const auto& [name, format] : {std::pair{"six.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
                                        std::pair{"six.aiff", SF_FORMAT_AIFF | SF_FORMAT_FLOAT}}) {
         writeAudio(dir / name, 6, 44100, 100, silence, format);
-        EXPECT_EQ(summary(render((dir / name).string(), {"--out-layout", "Stereo"})), "5.1 -> Stereo") << name;
+        EXPECT_EQ(summary(render((dir / name).string(), {"--out-layout", "Stereo"})), "5.1 -> Stereo")
+            << name;
     }
 
     // An ambisonic output is marked as such, a layout beyond WAV's positions gets no mask.
@@ -67,12 +69,11 @@ TEST(PlxLayouts, NamesMasksAndTheFilesOwnChannelMaskAgree)
     EXPECT_EQ(readAudio(out).channels, 10);
 }
 
-TEST(PlxValues, UnitsNormalizedValuesAndTextNameTheSameSetting)
-{
+TEST(PlxValues, UnitsNormalizedValuesAndTextNameTheSameSetting) {
     PLX_REQUIRE_MIXMORPH();
     auto matrix = [](std::vector<std::string> sets) {
-        std::vector<std::string> args = {"matrix", "--effect", "MixMorph", "--in-layout", "5.1", "--out-layout",
-                                         "Stereo"};
+        std::vector<std::string> args = {"matrix", "--effect",     "MixMorph", "--in-layout",
+                                         "5.1",    "--out-layout", "Stereo"};
         for (const std::string& set : sets) {
             args.push_back("--set");
             args.push_back(set);

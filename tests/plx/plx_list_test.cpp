@@ -3,11 +3,11 @@
 
 using namespace PlxTest;
 
-TEST(PlxList, ListsEveryClassWithItsCategory)
-{
+TEST(PlxList, ListsEveryClassWithItsCategory) {
     const PlxRun run = plx({"list"});
     ASSERT_EQ(run.status, 0) << run.err;
-    for (const char* line : {"MixMorph V6 ", "MixMorph V6 Controller", "PLX RadialPanner", "PLX SphereDecoder"})
+    for (const char* line :
+         {"MixMorph V6 ", "MixMorph V6 Controller", "PLX RadialPanner", "PLX SphereDecoder"})
         EXPECT_NE(run.out.find(line), std::string::npos) << line;
     // A processor's line carries its category and sub-categories.
     const size_t mix = run.out.find("MixMorph V6 ");
@@ -19,8 +19,7 @@ TEST(PlxList, ListsEveryClassWithItsCategory)
     EXPECT_EQ(plx({"--module", PLX_MODULE_PATH, "list"}).out, run.out);
 }
 
-TEST(PlxList, AnEffectShowsItsParametersAndLayouts)
-{
+TEST(PlxList, AnEffectShowsItsParametersAndLayouts) {
     PLX_REQUIRE_MIXMORPH();
     const PlxRun run = plx({"list", "--effect", "mixmorph"});
     ASSERT_EQ(run.status, 0) << run.err;

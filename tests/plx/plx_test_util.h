@@ -25,16 +25,14 @@ struct PlxRun {
     std::string err;
 };
 
-inline std::string readText(const fs::path& path)
-{
+inline std::string readText(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::stringstream text;
     text << in.rdbuf();
     return text.str();
 }
 
-inline std::string quote(const std::string& arg)
-{
+inline std::string quote(const std::string& arg) {
     std::string q(1, '\'');
     for (char c : arg) {
         if (c == '\'')
@@ -49,19 +47,16 @@ inline std::string quote(const std::string& arg)
 // A directory of its own for each test, removed afterwards.
 class TempDir {
 public:
-    TempDir()
-    {
+    TempDir() {
         std::string pattern = (fs::temp_directory_path() / "plx-test-XXXXXX").string();
         path = mkdtemp(pattern.data());
     }
-    ~TempDir()
-    {
+    ~TempDir() {
         std::error_code ignored;
         fs::remove_all(path, ignored);
     }
     fs::path operator/(const std::string& name) const { return path / name; }
-    std::set<std::string> names() const
-    {
+    std::set<std::string> names() const {
         std::set<std::string> result;
         for (const auto& entry : fs::directory_iterator(path))
             result.insert(entry.path().filename().string());
@@ -71,8 +66,7 @@ public:
 };
 
 // Runs plx with `args`; stdout and stderr are captured through files.
-inline PlxRun plx(const std::vector<std::string>& args)
-{
+inline PlxRun plx(const std::vector<std::string>& args) {
     static TempDir capture;
     std::string command = quote(PLX_CLI_PATH);
     for (const std::string& arg : args) {
@@ -97,14 +91,15 @@ struct Audio {
     int64_t frames = 0;
     std::vector<double> samples; // interleaved
     std::vector<int> channelMap; // empty when the file has none
-    double at(int64_t frame, int channel) const { return samples[static_cast<size_t>(frame * channels + channel)]; }
+    double at(int64_t frame, int channel) const {
+        return samples[static_cast<size_t>(frame * channels + channel)];
+    }
 };
 
 // Writes a float WAV whose sample (frame, channel) is `signal(frame, channel)`.
 inline void writeAudio(const fs::path& path, int channels, int rate, int64_t frames,
                        const std::function<double(int64_t, int)>& signal,
-                       int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE)
-{
+                       int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE) {
     SF_INFO info{};
     info.channels = channels;
     info.samplerate = rate;
@@ -113,42 +108,38 @@ inline void writeAudio(const fs::path& path, int channels, int rate, int64_t fra
     ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
     std::vector<double> frame(static_cast<size_t>(channels));
     for (int64_t f = 0; f < frames; ++f) {
-        for (int c = 0; c < channels; ++c)
-            frame[static_cast<size_t>(c)] = signal(f, c);
+        for (int c = 0; c < channels; ++c) frame[static_cast<size_t>(c)] = signal(f, c);
         sf_writef_double(file, frame.data(), 1);
     }
     sf_close(file);
 }
 
-inline Audio readAudio(const fs::path& path)
-{
+inline Audio readAudio(const fs::path& path) {
     Audio audio;
     SF_INFO info{};
     SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
     EXPECT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
-    if (!file)
-        return audio;
+    if (!file) return audio;
     audio.channels = info.channels;
     audio.rate = info.samplerate;
     audio.frames = info.frames;
     audio.samples.resize(static_cast<size_t>(info.frames * info.channels));
     sf_readf_double(file, audio.samples.data(), info.frames);
     std::vector<int> map(static_cast<size_t>(info.channels));
-    if (sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(map.size() * sizeof(int))) == SF_TRUE)
+    if (sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(map.size() * sizeof(int))) ==
+        SF_TRUE)
         audio.channelMap = map;
     sf_close(file);
     return audio;
 }
 
 // Whether the module can create MixMorph yet; tests that render need it.
-inline bool mixMorphAvailable()
-{
+inline bool mixMorphAvailable() {
     static const bool available = plx({"list", "--effect", "MixMorph"}).status == 0;
     return available;
 }
 
-#define PLX_REQUIRE_MIXMORPH()                                                 \
-    if (!PlxTest::mixMorphAvailable())                                         \
-    GTEST_SKIP() << "the module can't create MixMorph yet"
+#define PLX_REQUIRE_MIXMORPH() \
+    if (!PlxTest::mixMorphAvailable()) GTEST_SKIP() << "the module can't create MixMorph yet"
 
 } // namespace PlxTest

@@ -13,8 +13,8 @@ namespace {
 using Data::Layout;
 
 // Sets the row-major shape a matrix is read in.
-template <class M> void shape(M& m, uint32_t rows, uint32_t columns)
-{
+template <class M>
+void shape(M& m, uint32_t rows, uint32_t columns) {
     m.rows = rows;
     m.columns = columns;
 }
@@ -23,8 +23,8 @@ template <class M> void shape(M& m, uint32_t rows, uint32_t columns)
 // real roots last: taken two by two, no section then splits a pair. The
 // eigenvalue routines give each pair adjacently with exact zero imaginary
 // parts for real roots.
-template <class T> void orderRoots(std::complex<T>* roots, uint32_t count)
-{
+template <class T>
+void orderRoots(std::complex<T>* roots, uint32_t count) {
     std::complex<T> paired[BaseFilterDesign<T>::maxState + 1];
     std::complex<T> single[BaseFilterDesign<T>::maxState + 1];
     uint32_t pairs = 0, singles = 0;
@@ -42,8 +42,8 @@ template <class T> void orderRoots(std::complex<T>* roots, uint32_t count)
 }
 
 // One row of a section from up to two roots: 1, -(r1 + r2), r1 r2 (real parts).
-template <class T> void sectionRow(const std::complex<T>* roots, uint32_t available, T* row)
-{
+template <class T>
+void sectionRow(const std::complex<T>* roots, uint32_t available, T* row) {
     row[0] = T(1);
     row[1] = T(0);
     row[2] = T(0);
@@ -58,8 +58,7 @@ template <class T> void sectionRow(const std::complex<T>* roots, uint32_t availa
 } // namespace
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::BaseFilterDesign()
-{
+BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::BaseFilterDesign() {
     // Every matrix keeps its workspace: inversion, eigenvalues and the pencil
     // run through it.
     const uint32_t dim = maxState + 1;
@@ -67,83 +66,68 @@ BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::BaseFilterDesign()
         m->maxRows = dim;
         m->maxColumns = dim;
     }
-    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta})
-        m->maxRows = dim;
+    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta}) m->maxRows = dim;
     polynomial.maxRows = 1;
     polynomial.maxColumns = dim;
     polynomial.noWorkspace = true;
     for (uint32_t s = 0; s < maxSections; ++s)
-        for (int k = 0; k < 3; ++k)
-            sectionDenominators[s][k] = sectionNumerators[s][k] = T(k == 0 ? 1 : 0);
+        for (int k = 0; k < 3; ++k) sectionDenominators[s][k] = sectionNumerators[s][k] = T(k == 0 ? 1 : 0);
     std::fill(std::begin(numeratorPolynomial), std::end(numeratorPolynomial), T(0));
     std::fill(std::begin(denominatorPolynomial), std::end(denominatorPolynomial), T(0));
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::~BaseFilterDesign()
-{
+BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::~BaseFilterDesign() {
     BaseFilterDesign::release();
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-int32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::init()
-{
+int32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::init() {
     bool failed = false;
     for (Matrix* m : {&a, &b, &c, &d, &inverse, &plus, &minus, &product, &pencilA, &pencilB})
         failed |= m->init();
-    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta})
-        failed |= m->init();
+    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta}) failed |= m->init();
     failed |= polynomial.init();
     initialised = !failed;
     return failed ? 1 : 0;
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-int32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::release()
-{
-    for (Matrix* m : {&a, &b, &c, &d, &inverse, &plus, &minus, &product, &pencilA, &pencilB})
-        m->release();
-    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta})
-        m->release();
+int32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::release() {
+    for (Matrix* m : {&a, &b, &c, &d, &inverse, &plus, &minus, &product, &pencilA, &pencilB}) m->release();
+    for (Column* m : {&rootsRe, &rootsIm, &rootsBeta}) m->release();
     polynomial.release();
     initialised = false;
     return 0;
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-uint32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::effectiveMaxOrder() const
-{
+uint32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::effectiveMaxOrder() const {
     return (filterType == BandPass || filterType == BandStop) ? maxOrder : maxState;
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::setOrder(uint32_t n)
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::setOrder(uint32_t n) {
     order = std::min(n, maxState);
     orderCopy = order;
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
 uint32_t BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::getSections(T (*denominators)[3], T (*numerators)[3],
-                                                                   T& gainOut) const
-{
+                                                                   T& gainOut) const {
     for (uint32_t s = 0; s < sectionCount; ++s)
         for (int k = 0; k < 3; ++k) {
-            if (denominators != nullptr)
-                denominators[s][k] = sectionDenominators[s][k];
-            if (numerators != nullptr)
-                numerators[s][k] = sectionNumerators[s][k];
+            if (denominators != nullptr) denominators[s][k] = sectionDenominators[s][k];
+            if (numerators != nullptr) numerators[s][k] = sectionNumerators[s][k];
         }
     gainOut = sectionGain;
     return sectionCount;
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::design(T wn, T wn2, T)
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::design(T wn, T wn2, T) {
     order = std::min(order, effectiveMaxOrder());
-    if (a.data == nullptr || pencilA.data == nullptr || rootsRe.data == nullptr)
-        return; // not initialised
+    if (a.data == nullptr || pencilA.data == nullptr || rootsRe.data == nullptr) return; // not initialised
     prepareAnalog();
     if (poleCount == 0) {
         // No state: a pass-through of the prototype's gain.
@@ -172,8 +156,7 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::design(T wn, T wn2, T)
 // 1 / (s^2 - 2 Re(p) s + |p|^2)) or real pole (1 / (s - p)), each block driven
 // by the output of the one before; the gain scales the output.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::zpkToStateSpace()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::zpkToStateSpace() {
     const uint32_t n = poleCount;
     stateSize = n;
     shape(a, n, n);
@@ -213,8 +196,7 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::zpkToStateSpace()
 // prototype onto them: low-pass scales A and B; high-pass replaces s by u / s;
 // band-pass and band-stop double the state.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn2)
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn2) {
     constexpr double halfPi = 1.5707963267948966;
     const uint32_t n = stateSize;
     const T u = T(4.0 * std::tan(halfPi * double(wn)));
@@ -232,12 +214,10 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn
     Data::multiply(inverse, b, plus, Layout::RowMajor);
     Data::multiply(c, inverse, minus, Layout::RowMajor);
     T cInvB = T(0);
-    for (uint32_t k = 0; k < n; ++k)
-        cInvB += c.data[k] * plus.data[k];
+    for (uint32_t k = 0; k < n; ++k) cInvB += c.data[k] * plus.data[k];
 
     if (filterType == HighPass) {
-        for (uint32_t k = 0; k < n * n; ++k)
-            a.data[k] = u * inverse.data[k];
+        for (uint32_t k = 0; k < n * n; ++k) a.data[k] = u * inverse.data[k];
         for (uint32_t k = 0; k < n; ++k) {
             b.data[k] = -u * plus.data[k];
             c.data[k] = minus.data[k];
@@ -263,13 +243,11 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn
     std::copy(product.data, product.data + n2 * n2, a.data);
     for (uint32_t k = 0; k < n; ++k) {
         b.data[k] = stop ? -width * plus.data[k] : width * b.data[k];
-        if (stop)
-            c.data[k] = minus.data[k];
+        if (stop) c.data[k] = minus.data[k];
     }
     std::fill(b.data + n, b.data + n2, T(0));
     std::fill(c.data + n, c.data + n2, T(0));
-    if (stop)
-        d.data[0] -= cInvB;
+    if (stop) d.data[0] -= cInvB;
     stateSize = n2;
     shape(a, n2, n2);
     shape(b, n2, 1);
@@ -280,8 +258,7 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::transformFrequency(T wn, T wn
 // Q = I - A / 4, Ad = Q^-1 (I + A / 4), Bd = Q^-1 B / 2, Cd = C Q^-1,
 // Dd = D + C Bd / 2.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::bilinear()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::bilinear() {
     const uint32_t n = stateSize;
     for (uint32_t k = 0; k < n * n; ++k) {
         plus.data[k] = T(0.25) * a.data[k];
@@ -291,18 +268,15 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::bilinear()
         plus.data[k * n + k] += T(1);
         inverse.data[k * n + k] += T(1);
     }
-    for (Matrix* m : {&a, &plus, &inverse})
-        shape(*m, n, n);
+    for (Matrix* m : {&a, &plus, &inverse}) shape(*m, n, n);
     shape(b, n, 1);
     shape(c, 1, n);
     Data::invert(inverse);
     Data::multiply(inverse, plus, a, Layout::RowMajor);
     Data::multiply(inverse, b, product, Layout::RowMajor);
-    for (uint32_t k = 0; k < n; ++k)
-        b.data[k] = T(0.5) * product.data[k];
+    for (uint32_t k = 0; k < n; ++k) b.data[k] = T(0.5) * product.data[k];
     T cb = T(0);
-    for (uint32_t k = 0; k < n; ++k)
-        cb += c.data[k] * b.data[k];
+    for (uint32_t k = 0; k < n; ++k) cb += c.data[k] * b.data[k];
     d.data[0] += T(0.5) * cb;
     Data::multiply(c, inverse, product, Layout::RowMajor);
     std::copy(product.data, product.data + n, c.data);
@@ -313,13 +287,11 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::bilinear()
 // coefficient, D when there are as many zeros as poles, otherwise the first
 // nonzero Markov parameter C A^(r-1) B.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::digitalRoots()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::digitalRoots() {
     const uint32_t n = stateSize;
     shape(a, n, n);
     Data::eigenvalues(a, rootsRe.data, rootsIm.data);
-    for (uint32_t k = 0; k < n; ++k)
-        poles[k] = {rootsRe.data[k], rootsIm.data[k]};
+    for (uint32_t k = 0; k < n; ++k) poles[k] = {rootsRe.data[k], rootsIm.data[k]};
     poleCount = n;
 
     const uint32_t m = n + 1;
@@ -347,8 +319,7 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::digitalRoots()
     while (zeroCount > n) {
         uint32_t largest = 0;
         for (uint32_t k = 1; k < zeroCount; ++k)
-            if (std::abs(zeros[k]) > std::abs(zeros[largest]))
-                largest = k;
+            if (std::abs(zeros[k]) > std::abs(zeros[largest])) largest = k;
         std::copy(zeros + largest + 1, zeros + zeroCount, zeros + largest);
         --zeroCount;
     }
@@ -364,16 +335,14 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::digitalRoots()
             std::copy(plus.data, plus.data + n, product.data);
         }
         gain = T(0);
-        for (uint32_t k = 0; k < n; ++k)
-            gain += c.data[k] * product.data[k];
+        for (uint32_t k = 0; k < n; ++k) gain += c.data[k] * product.data[k];
     }
     orderRoots(poles, poleCount);
     orderRoots(zeros, zeroCount);
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::buildSections()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::buildSections() {
     sectionCount = std::max(1u, (poleCount + 1) / 2);
     for (uint32_t s = 0; s < sectionCount; ++s) {
         const uint32_t first = 2 * s;
@@ -384,27 +353,22 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::buildSections()
 }
 
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::rootsToSections()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::rootsToSections() {
     digitalRoots();
-    if (outputForm == SectionsForm)
-        buildSections();
+    if (outputForm == SectionsForm) buildSections();
 }
 
 // Expands the roots into polynomials in z^-1: prod (1 - r z^-1), real parts kept.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::rootsToPolynomial()
-{
+void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::rootsToPolynomial() {
     digitalRoots();
     auto expand = [this](const std::complex<T>* roots, uint32_t count, T* out) {
         auto* poly = reinterpret_cast<std::complex<T>*>(polynomial.data);
         std::fill(poly, poly + maxState + 1, std::complex<T>(0));
         poly[0] = T(1);
         for (uint32_t k = 0; k < count; ++k)
-            for (uint32_t j = k + 1; j > 0; --j)
-                poly[j] -= roots[k] * poly[j - 1];
-        for (uint32_t j = 0; j <= maxState; ++j)
-            out[j] = poly[j].real();
+            for (uint32_t j = k + 1; j > 0; --j) poly[j] -= roots[k] * poly[j - 1];
+        for (uint32_t j = 0; j <= maxState; ++j) out[j] = poly[j].real();
     };
     expand(zeros, zeroCount, numeratorPolynomial);
     expand(poles, poleCount, denominatorPolynomial);
@@ -413,8 +377,7 @@ void BaseFilterDesign<T, Impl, ImplMat, ImplCMat>::rootsToPolynomial()
 // Butterworth prototype: poles evenly on the left half of the unit circle,
 // conjugate pairs first and -1 last for an odd order; no zeros; unity gain at DC.
 template <class T, class Impl, class ImplMat, class ImplCMat>
-void ButterworthFilterDesign<T, Impl, ImplMat, ImplCMat>::prepareAnalog()
-{
+void ButterworthFilterDesign<T, Impl, ImplMat, ImplCMat>::prepareAnalog() {
     constexpr double pi = 3.141592653589793;
     constexpr double halfPi = 1.5707963267948966;
     this->analog = false;
@@ -425,13 +388,11 @@ void ButterworthFilterDesign<T, Impl, ImplMat, ImplCMat>::prepareAnalog()
         this->poles[2 * k] = {T(p.real()), T(p.imag())};
         this->poles[2 * k + 1] = std::conj(this->poles[2 * k]);
     }
-    if (n % 2 == 1)
-        this->poles[n - 1] = T(-1);
+    if (n % 2 == 1) this->poles[n - 1] = T(-1);
     this->poleCount = n;
     this->zeroCount = 0;
     std::complex<T> product(1);
-    for (uint32_t k = 0; k < n; ++k)
-        product *= -this->poles[k];
+    for (uint32_t k = 0; k < n; ++k) product *= -this->poles[k];
     this->gain = product.real();
     this->directGain = T(1);
 }

@@ -18,11 +18,12 @@ namespace Tannhofen::DSP::Tool::Filter {
 enum FilterType : uint32_t { LowPass = 0, HighPass = 1, BandPass = 2, BandStop = 3 };
 enum FilterOutputForm : uint32_t { PolynomialForm = 0, RootsForm = 2, SectionsForm = 3 };
 
-template <class T, class Impl = Data::ImplVecSignal, class ImplMat = Data::ImplBlas, class ImplCMat = Data::ImplBlas>
+template <class T, class Impl = Data::ImplVecSignal, class ImplMat = Data::ImplBlas,
+          class ImplCMat = Data::ImplBlas>
 class BaseFilterDesign : public BaseDynamicTool {
 public:
-    static constexpr uint32_t maxOrder = 16;               // band types double it
-    static constexpr uint32_t maxState = 2 * maxOrder;     // the largest state
+    static constexpr uint32_t maxOrder = 16;           // band types double it
+    static constexpr uint32_t maxState = 2 * maxOrder; // the largest state
     static constexpr uint32_t maxSections = maxState / 2;
 
     BaseFilterDesign();
@@ -75,9 +76,9 @@ protected:
     // State-space form: A (n x n), B (n x 1), C (1 x n), D (1 x 1), row-major.
     Matrix a, b, c, d;
     Matrix inverse, plus, minus, product; // scratch for the transforms
-    Matrix pencilA, pencilB;               // the system pencil, (n + 1) square
-    Column rootsRe, rootsIm, rootsBeta;    // eigenvalue lists
-    ComplexMatrix polynomial;              // expansion of roots into a polynomial
+    Matrix pencilA, pencilB;              // the system pencil, (n + 1) square
+    Column rootsRe, rootsIm, rootsBeta;   // eigenvalue lists
+    ComplexMatrix polynomial;             // expansion of roots into a polynomial
     uint32_t stateSize = 0;
     T directGain = T(1); // the prototype's direct term when it has no state
 
@@ -90,7 +91,8 @@ private:
     uint32_t effectiveMaxOrder() const;
 };
 
-template <class T, class Impl = Data::ImplVecSignal, class ImplMat = Data::ImplBlas, class ImplCMat = Data::ImplBlas>
+template <class T, class Impl = Data::ImplVecSignal, class ImplMat = Data::ImplBlas,
+          class ImplCMat = Data::ImplBlas>
 class ButterworthFilterDesign : public BaseFilterDesign<T, Impl, ImplMat, ImplCMat> {
 public:
     void prepareAnalog() override;

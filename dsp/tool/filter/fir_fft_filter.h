@@ -18,7 +18,8 @@
 
 namespace Tannhofen::DSP::Tool::Filter {
 
-template <class T, class Impl = Data::ImplVecSignal> class FIRFFTFilter : public Audio::Ols<T> {
+template <class T, class Impl = Data::ImplVecSignal>
+class FIRFFTFilter : public Audio::Ols<T> {
 public:
     FIRFFTFilter() = default;
     FIRFFTFilter(const FIRFFTFilter&) = default;

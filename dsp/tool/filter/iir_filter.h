@@ -15,7 +15,8 @@ namespace Tannhofen::DSP::Tool::Filter {
 
 // The filter frame shared by both forms: TapCount taps in the library's order,
 // DelayCount values of delay line, and the library state in workBuffer.
-template <class T, int TapCount, int DelayCount, bool BiQuad> class IIRFilterCore : public BaseDynamicTool {
+template <class T, int TapCount, int DelayCount, bool BiQuad>
+class IIRFilterCore : public BaseDynamicTool {
 public:
     IIRFilterCore();
     // A copy has its own library state, built from the source's taps and its
@@ -68,8 +69,7 @@ class IIRFilter : public IIRFilterCore<T, 2 * (Order + 1), Order, false> {
 // ---- Definitions -----------------------------------------------------------
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore()
-{
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore() {
     // Pass-through until the owner loads taps: b0 = 1 and a0 = 1 in each
     // section (biquad), or in the one direct form.
     Vec::zero(taps, TapCount);
@@ -86,17 +86,14 @@ IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore()
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore(const IIRFilterCore& other) : IIRFilterCore()
-{
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::IIRFilterCore(const IIRFilterCore& other) : IIRFilterCore() {
     *this = other;
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
 IIRFilterCore<T, TapCount, DelayCount, BiQuad>&
-IIRFilterCore<T, TapCount, DelayCount, BiQuad>::operator=(const IIRFilterCore& other)
-{
-    if (this == &other)
-        return *this;
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::operator=(const IIRFilterCore& other) {
+    if (this == &other) return *this;
     release();
     maxBlockLength = other.maxBlockLength;
     Vec::copy(other.taps, taps, TapCount);
@@ -111,27 +108,23 @@ IIRFilterCore<T, TapCount, DelayCount, BiQuad>::operator=(const IIRFilterCore& o
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-IIRFilterCore<T, TapCount, DelayCount, BiQuad>::~IIRFilterCore()
-{
+IIRFilterCore<T, TapCount, DelayCount, BiQuad>::~IIRFilterCore() {
     IIRFilterCore::release();
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::buildState()
-{
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::buildState() {
     Vec::IirState<T>* built = nullptr;
     if constexpr (BiQuad)
         Vec::iirInitBiQuad(&built, taps, TapCount / 6, delayLine, workBuffer);
     else
         Vec::iirInit(&built, taps, DelayCount, delayLine, workBuffer);
     // Taps the library refuses (a0 of 0) leave the filter as it was.
-    if (built != nullptr)
-        state = built;
+    if (built != nullptr) state = built;
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::init()
-{
+int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::init() {
     release();
     initialised = true;
     Vec::zero(delayLine, DelayCount);
@@ -141,15 +134,13 @@ int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::init()
     else
         Vec::iirGetStateSize(DelayCount, bytes);
     workBuffer = static_cast<uint8_t*>(Vec::mallocBytes(static_cast<std::size_t>(bytes)));
-    if (workBuffer == nullptr)
-        return 1;
+    if (workBuffer == nullptr) return 1;
     buildState();
     return 0;
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::release()
-{
+int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::release() {
     state = nullptr;
     Vec::free(workBuffer);
     workBuffer = nullptr;
@@ -157,8 +148,7 @@ int32_t IIRFilterCore<T, TapCount, DelayCount, BiQuad>::release()
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::reset()
-{
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::reset() {
     Vec::zero(delayLine, DelayCount);
     if (workBuffer != nullptr) {
         state = nullptr;
@@ -167,10 +157,8 @@ void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::reset()
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::process(const T* src, T* dst, int32_t frames)
-{
-    if (frames <= 0)
-        return;
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::process(const T* src, T* dst, int32_t frames) {
+    if (frames <= 0) return;
     if (state != nullptr)
         Vec::iir(src, dst, frames, state);
     else
@@ -178,19 +166,15 @@ void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::process(const T* src, T* ds
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::setTaps(const T* newTaps)
-{
-    if (newTaps == nullptr)
-        return;
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::setTaps(const T* newTaps) {
+    if (newTaps == nullptr) return;
     getDelayLine(delayLine);
     Vec::copy(newTaps, taps, TapCount);
-    if (workBuffer != nullptr)
-        buildState();
+    if (workBuffer != nullptr) buildState();
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::getDelayLine(T* out) const
-{
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::getDelayLine(T* out) const {
     if (state != nullptr)
         Vec::iirGetDelayLine(state, out);
     else
@@ -198,13 +182,10 @@ void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::getDelayLine(T* out) const
 }
 
 template <class T, int TapCount, int DelayCount, bool BiQuad>
-void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::setDelayLine(const T* in)
-{
-    if (in == nullptr)
-        return;
+void IIRFilterCore<T, TapCount, DelayCount, BiQuad>::setDelayLine(const T* in) {
+    if (in == nullptr) return;
     Vec::copy(in, delayLine, DelayCount);
-    if (state != nullptr)
-        Vec::iirSetDelayLine(state, in);
+    if (state != nullptr) Vec::iirSetDelayLine(state, in);
 }
 
 extern template class IIRFilterCore<float, 6, 2, true>;

@@ -9,14 +9,12 @@
 namespace Tannhofen::DSP::Tool::Math {
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-Resample<T, Order, Impl, ImplMat, ImplCMat>::~Resample()
-{
+Resample<T, Order, Impl, ImplMat, ImplCMat>::~Resample() {
     Resample::release();
 }
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::init()
-{
+int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::init() {
     release();
     initialised = true;
     const uint64_t upsampled = uint64_t(inputLength) * upFactor;
@@ -26,8 +24,7 @@ int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::init()
 
     numerators = Vec::malloc<T>(3 * Order);
     denominators = Vec::malloc<T>(3 * Order);
-    if (numerators == nullptr || denominators == nullptr)
-        return 1;
+    if (numerators == nullptr || denominators == nullptr) return 1;
     Vec::zero(numerators, 3 * Order);
     Vec::zero(denominators, 3 * Order);
 
@@ -36,8 +33,7 @@ int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::init()
         design.setOrder(Order);
         design.filterType = Filter::LowPass;
         design.outputForm = Filter::SectionsForm;
-        if (design.init() != 0)
-            return 1;
+        if (design.init() != 0) return 1;
         design.design(T(1) / T(std::max(upFactor, downFactor)), T(0.1), T(1));
         design.getSections(reinterpret_cast<T(*)[3]>(denominators), reinterpret_cast<T(*)[3]>(numerators),
                            filterGain);
@@ -55,39 +51,32 @@ int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::init()
 }
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::release()
-{
+int32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::release() {
     Vec::free(numerators);
     Vec::free(denominators);
     numerators = denominators = nullptr;
     const int32_t filterResult = filter.release();
     Vec::free(workBuffer);
     workBuffer = nullptr;
-    if (filterResult != 0)
-        return 1;
+    if (filterResult != 0) return 1;
     initialised = false;
     return 0;
 }
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-void Resample<T, Order, Impl, ImplMat, ImplCMat>::reset()
-{
+void Resample<T, Order, Impl, ImplMat, ImplCMat>::reset() {
     filter.reset();
 }
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-uint32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::outputLength() const
-{
-    if (downFactor == 0)
-        return 0;
+uint32_t Resample<T, Order, Impl, ImplMat, ImplCMat>::outputLength() const {
+    if (downFactor == 0) return 0;
     return static_cast<uint32_t>(uint64_t(inputLength) * upFactor / downFactor);
 }
 
 template <class T, int Order, class Impl, class ImplMat, class ImplCMat>
-void Resample<T, Order, Impl, ImplMat, ImplCMat>::process(const T* src, T* dst, uint32_t outFrames)
-{
-    if (workBuffer == nullptr || src == nullptr || dst == nullptr)
-        return;
+void Resample<T, Order, Impl, ImplMat, ImplCMat>::process(const T* src, T* dst, uint32_t outFrames) {
+    if (workBuffer == nullptr || src == nullptr || dst == nullptr) return;
     outFrames = std::min(outFrames, outputLength());
     int length = 0;
     int phase = 0;

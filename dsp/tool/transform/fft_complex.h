@@ -18,7 +18,8 @@ uint32_t roundTransformLength(uint32_t n);
 
 // The set-up and buffers shared by both directions; `Flag` is the library's
 // scaling flag.
-template <class T, int Flag> class ComplexTransform : public BaseDynamicTool {
+template <class T, int Flag>
+class ComplexTransform : public BaseDynamicTool {
 public:
     ComplexTransform() = default;
     ComplexTransform(const ComplexTransform&) = default;
@@ -45,8 +46,7 @@ public:
 template <class T, class Impl = Data::ImplVecSignal>
 class FFTComplex : public ComplexTransform<T, Vec::FftNoDiv> {
 public:
-    Vec::Status transform(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm)
-    {
+    Vec::Status transform(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm) {
         return Vec::fftFwd(srcRe, srcIm, dstRe, dstIm, this->spec, this->workBuffer);
     }
 };
@@ -55,8 +55,7 @@ public:
 template <class T, class Impl = Data::ImplVecSignal>
 class InverseFFTComplex : public ComplexTransform<T, Vec::FftDivInvByN> {
 public:
-    Vec::Status transform(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm)
-    {
+    Vec::Status transform(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm) {
         return Vec::fftInv(srcRe, srcIm, dstRe, dstIm, this->spec, this->workBuffer);
     }
 };
