@@ -34,7 +34,6 @@ endif()
 # that depend on it stay valid while the area grows.
 function(plx_area_library name dir)
   file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${dir}/*.cpp)
-  list(FILTER srcs EXCLUDE REGEX "/module/")
   if(srcs)
     add_library(${name} STATIC ${srcs})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})

@@ -3,7 +3,7 @@
 //     return createInstanceAs<TheClass, TheFace>(context);
 // where TheFace is IAudioProcessor for a processor and IPlxEditController for
 // a controller. Until then a class is listed but can't be created.
-#include "frame/module/class_table.h"
+#include "module/class_table.h"
 
 #include "frame/class_ids.h"
 #include "frame/factory.h"

@@ -2,7 +2,7 @@
 #include <dlfcn.h>
 
 #include "frame/factory.h"
-#include "frame/module/class_table.h"
+#include "module/class_table.h"
 
 #define PLX_EXPORT extern "C" __attribute__((visibility("default")))
 
