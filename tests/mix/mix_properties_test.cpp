@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <new>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -16,33 +14,12 @@
 #include "frame/speaker_arrangement.h"
 #include "mix/log_scale.h"
 #include "mix/mix_params.h"
-#include "mix_test_util.h"
+#include "tests/mix/mix_test_util.h"
+#include "tests/support/rt_guard.h"
 
 using namespace Tannhofen;
 using namespace Tannhofen::Mix;
 using namespace Tannhofen::Mix::Test;
-
-namespace {
-std::atomic<bool> counting{false};
-std::atomic<int> allocations{0};
-} // namespace
-
-// Counts heap allocations while `counting` is on. The replacements pair
-// malloc with free on purpose.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size) {
-    if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -150,8 +127,7 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
     auto exercise = [](Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
         SCOPED_TRACE(testing::Message() << std::hex << in << " -> " << out);
         auto model = makeModel(in, out);
-        allocations = 0;
-        counting = true;
+        RtGuard::arm();
         for (int s = 0; s < Plx::kSpeakerIndexCount; ++s) {
             model->setParamValue(ParamId::kInputSoloFirst + s, 1.0);
             model->setParamValue(ParamId::kOutputSoloFirst + s, 1.0);
@@ -164,8 +140,7 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
         model->setParamValue(ParamId::kCenterLvl, 0.3);
         model->updateMain(true);
         model->setLfeLevel(0.3);
-        counting = false;
-        EXPECT_EQ(allocations.load(), 0);
+        EXPECT_EQ(RtGuard::disarm().allocations, 0);
         expectFinite(*model);
     };
     for (Plx::SpeakerArrangement mask : masks)

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "mix/log_scale.h"
-#include "mix_test_util.h"
+#include "tests/mix/mix_test_util.h"
 
 using namespace Tannhofen;
 using namespace Tannhofen::Mix;

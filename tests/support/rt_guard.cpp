@@ -1,4 +1,4 @@
-#include "rt_guard.h"
+#include "tests/support/rt_guard.h"
 
 #include <atomic>
 #include <cstddef>

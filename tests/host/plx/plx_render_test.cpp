@@ -2,7 +2,7 @@
 // converter's gain law and against each other.
 #include <cmath>
 
-#include "tests/plx/plx_test_util.h"
+#include "tests/host/plx/plx_test_util.h"
 
 using namespace PlxTest;
 

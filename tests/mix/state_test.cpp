@@ -2,7 +2,7 @@
 // case of the bus negotiation, the messages that reach the controller, the
 // state stream written and read back, the restart that a state with other
 // arrangements asks for, and malformed or random state streams.
-#include "mixer_rig.h"
+#include "tests/mix/mixer_rig.h"
 
 #include "frame/icomponent.h"
 #include "frame/igraphlocation.h"

@@ -3,7 +3,7 @@
 // sample-accurate automation, in-place and silent buffers, 64-bit audio,
 // meters, the matrix that reaches the editor, and malformed blocks. Every
 // process call runs under the real-time guard of the rig.
-#include "mixer_rig.h"
+#include "tests/mix/mixer_rig.h"
 
 #include "mix/mix_messages.h"
 

@@ -3,7 +3,7 @@
 // the filter against direct convolution through collectors fed in host blocks.
 #include "dsp/tool/filter/fir_fft_filter.h"
 #include "dsp/tool/transform/fft_complex.h"
-#include "random_signal.h"
+#include "tests/support/random_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // filters that run the sections.
 #include "dsp/tool/filter/butterworth_filter_design.h"
 #include "dsp/tool/filter/iir_filter.h"
-#include "random_signal.h"
+#include "tests/support/random_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // How plx tells layouts: by name, alias or hex mask on the command line, from
 // the WAV channel mask of the input, or from the channel count; and how it
 // marks them in the files it writes.
-#include "tests/plx/plx_test_util.h"
+#include "tests/host/plx/plx_test_util.h"
 
 using namespace PlxTest;
 

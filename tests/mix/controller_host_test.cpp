@@ -17,7 +17,7 @@
 #include "host/lib/host_application.h"
 #include "host/lib/memory_stream.h"
 #include "host/lib/module.h"
-#include "mixctrl/mixctrl_test_util.h"
+#include "tests/mix/mixctrl_test_util.h"
 
 using namespace Tannhofen;
 using namespace Tannhofen::Plx;

@@ -27,7 +27,7 @@
 #include "host/lib/message.h"
 #include "host/lib/module.h"
 #include "host/lib/parameter_changes.h"
-#include "rt_guard.h"
+#include "tests/support/rt_guard.h"
 
 namespace MixTest {
 

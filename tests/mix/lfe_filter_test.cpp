@@ -3,7 +3,7 @@
 // switching lPFilter mid-stream fades, direct mode bypasses the filter, an
 // input without LFE has it on the output's LFE, and 64-bit audio does the
 // same. The rig runs every block under the real-time guard.
-#include "mixer_rig.h"
+#include "tests/mix/mixer_rig.h"
 
 #include "dsp/algo32/fade.h"
 #include "dsp/algo64/fade.h"

@@ -1,4 +1,4 @@
-#include "mixer_rig.h"
+#include "tests/mix/mixer_rig.h"
 
 namespace MixTest {
 

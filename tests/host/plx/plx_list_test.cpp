@@ -1,5 +1,5 @@
 // The module's classes and an effect's parameters, as plx lists them.
-#include "tests/plx/plx_test_util.h"
+#include "tests/host/plx/plx_test_util.h"
 
 using namespace PlxTest;
 

@@ -3,7 +3,7 @@
 // of latency, and the init/release results that the owners of each class read.
 #include "dsp/audio/ols.h"
 #include "dsp/audio/sample_collector.h"
-#include "random_signal.h"
+#include "tests/support/random_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // exit, and no output file is left behind, complete or partial.
 #include <dlfcn.h>
 
-#include "tests/plx/plx_test_util.h"
+#include "tests/host/plx/plx_test_util.h"
 
 using namespace PlxTest;
 

@@ -8,7 +8,7 @@
 #include "host/lib/component_handler.h"
 #include "host/lib/host_application.h"
 #include "mix/mixer_controller.h"
-#include "mixctrl/mixctrl_test_util.h"
+#include "tests/mix/mixctrl_test_util.h"
 
 using namespace Tannhofen;
 using namespace Tannhofen::Plx;
