@@ -77,8 +77,8 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
     component->setActive(1);
     processor->setProcessing(1);
 
-    const int ins = Plx::getChannelCount(inArr);
-    const int outs = Plx::getChannelCount(outArr);
+    const int ins = Plx::channelCount(inArr);
+    const int outs = Plx::channelCount(outArr);
     std::vector<std::vector<float>> inData(ins, std::vector<float>(kBlock)),
         outData(outs, std::vector<float>(kBlock));
     std::vector<float*> inPtr(ins), outPtr(outs);

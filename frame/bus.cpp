@@ -18,7 +18,7 @@ AudioBus::AudioBus(const char16* name, int32 busType, int32 flags, SpeakerArrang
     : Bus(name, busType, flags), speakerArr(arr) {}
 
 bool AudioBus::getInfo(BusInfo& info) {
-    info.channelCount = getChannelCount(speakerArr);
+    info.channelCount = channelCount(speakerArr);
     return Bus::getInfo(info);
 }
 

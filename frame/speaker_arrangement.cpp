@@ -35,10 +35,6 @@ int32_t bitToIndex(SpeakerArrangement mask) {
     return n;
 }
 
-int32_t channelCount(SpeakerArrangement arrangement) {
-    return std::popcount(arrangement);
-}
-
 const ArrangementInfo* arrangementTable() {
     return kArrangements;
 }

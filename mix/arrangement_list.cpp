@@ -44,11 +44,11 @@ int32_t ArrangementList::indexFromNormalized(double value) const {
 
 void ArrangementList::insert(SpeakerArrangement mask) {
     if (!hasName(mask) || indexOf(mask) >= 0) return;
-    const int32_t channels = Plx::getChannelCount(mask);
+    const int32_t channels = Plx::channelCount(mask);
     // Behind the last entry with at most as many channels.
     auto it = entries.begin();
     for (auto e = entries.begin(); e != entries.end(); ++e)
-        if (Plx::getChannelCount(*e) <= channels) it = e + 1;
+        if (Plx::channelCount(*e) <= channels) it = e + 1;
     entries.insert(it, mask);
 }
 
@@ -57,9 +57,9 @@ void ArrangementList::addDerived(SpeakerArrangement mask, SpeakerArrangement der
 }
 
 void ArrangementList::addArrangements(SpeakerArrangement mask) {
-    if (Plx::getChannelCount(mask) < 2) return;
+    if (Plx::channelCount(mask) < 2) return;
     insert(mask);
-    if (Plx::getChannelCount(mask) == 2) return;
+    if (Plx::channelCount(mask) == 2) return;
 
     if (mask & Spk::Bfl) {
         const SpeakerArrangement noBottom = mask & kWithoutBottomAndLfe2;

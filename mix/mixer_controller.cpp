@@ -31,7 +31,7 @@ bool isOn(double value) {
 
 // Solo tables count a mask of fewer than two speakers as a center speaker.
 SpeakerArrangement soloMask(SpeakerArrangement mask) {
-    return getChannelCount(mask) < 2 ? Speaker::C : mask;
+    return channelCount(mask) < 2 ? Speaker::C : mask;
 }
 
 bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& arr) {

@@ -29,7 +29,7 @@ std::string hexMask(SpeakerArrangement mask);
 // Speaker label of each channel, in bus order (ascending bits).
 std::vector<std::string> speakerLabels(SpeakerArrangement mask);
 inline int channelsOf(SpeakerArrangement mask) {
-    return Plx::getChannelCount(mask);
+    return Plx::channelCount(mask);
 }
 
 // The layout that a file of `channels` channels most likely carries, when

@@ -32,7 +32,7 @@ TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder) {
             EXPECT_STRNE(Plx::speakerArrangementName(big.at(i), false), "");
             EXPECT_TRUE(seen.insert(big.at(i)).second);
             EXPECT_EQ(big.at(i) & ~mask, 0u) << "only speakers left out";
-            EXPECT_TRUE(i == 0 || Plx::getChannelCount(big.at(i - 1)) <= Plx::getChannelCount(big.at(i)));
+            EXPECT_TRUE(i == 0 || Plx::channelCount(big.at(i - 1)) <= Plx::channelCount(big.at(i)));
         }
     }
     // 7.1.4 gives 7.0.4 (no LFE) and 5.1.4 (no sides once there are tops).

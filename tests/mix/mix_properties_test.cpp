@@ -49,7 +49,7 @@ bool hasSingleSpeakerZone(const SpeakerGrid& g) {
 // Bus channels of the main speakers (all but LFE and LFE2).
 std::vector<int> mainChannels(Plx::SpeakerArrangement arr) {
     std::vector<int> out;
-    for (int ch = 0; ch < Plx::getChannelCount(arr); ++ch)
+    for (int ch = 0; ch < Plx::channelCount(arr); ++ch)
         if (!isLfeChannel(arr, ch)) out.push_back(ch);
     return out;
 }
@@ -71,8 +71,8 @@ TEST(MixProperties, AllPairsOfNamedArrangements) {
             SCOPED_TRACE(testing::Message() << table[a].shortName << " -> " << table[b].shortName);
             auto model = makeModel(in, out);
             const MixMatrix& m = model->getGainSet()->matrix[MixGainSet::kNormal];
-            ASSERT_EQ(m.rows, Plx::getChannelCount(in));
-            ASSERT_EQ(m.cols, Plx::getChannelCount(out));
+            ASSERT_EQ(m.rows, Plx::channelCount(in));
+            ASSERT_EQ(m.cols, Plx::channelCount(out));
             expectFinite(*model);
             for (float v : m.data) {
                 ASSERT_GE(v, 0.0f);
@@ -100,7 +100,7 @@ TEST(MixProperties, AllPairsOfNamedArrangements) {
             for (int id : {ParamId::kSurroundLvl, ParamId::kSideLvl, ParamId::kTopLvl, ParamId::kBottomLvl,
                            ParamId::kGlobalLvl})
                 model->setParamValue(id, 0.75);
-            const bool doubled = !go.hasFrontCenter() && Plx::getChannelCount(out) > 1;
+            const bool doubled = !go.hasFrontCenter() && Plx::channelCount(out) > 1;
             model->setParamValue(ParamId::kCenterLvl, doubled ? kLevelScale.toNormalized(0.70710677) : 0.75);
             const std::vector<int> ins = mainChannels(in), outs = mainChannels(out);
             for (int i : ins) {

@@ -100,8 +100,8 @@ public:
     void start(); // setActive(true), setProcessing(true)
     void stop();  // setProcessing(false), setActive(false)
     Plx::SpeakerArrangement busArrangement(int dir);
-    int inputs() { return Plx::getChannelCount(busArrangement(Plx::kInput)); }
-    int outputs() { return Plx::getChannelCount(busArrangement(Plx::kOutput)); }
+    int inputs() { return Plx::channelCount(busArrangement(Plx::kInput)); }
+    int outputs() { return Plx::channelCount(busArrangement(Plx::kOutput)); }
 
     // Runs one block under the real-time guard; outputs may be the inputs'
     // memory. The changes hold normalized parameter points.
