@@ -197,7 +197,7 @@ void SampleCollector2<T>::collectBlock(T** in, T** out, uint32_t frames) {
     if (out == nullptr) return;
     walk<T>(in, out, frames, inputChannels, outputChannels, position, collectBlockSize, inputBuffers,
             outputBuffers, inputCursors, outputCursors,
-            [this] { processBlock(inputBuffers, outputBuffers); });
+            [this] { processBlock(inputBuffers, outputBuffers, collectBlockSize); });
 }
 
 // ---- SampleCollector --------------------------------------------------------

@@ -7,6 +7,9 @@
 // SampleCollector those with equal counts. The two differ in the order of
 // their operations and in their init/release results (1 and 0 for success),
 // which their owners read as such.
+//
+// Every block hook of the toolkit has one form, processBlock(in, out, frames):
+// planar channels in and out, and the number of frames to work on.
 #pragma once
 
 #include <cstdint>
@@ -50,8 +53,10 @@ public:
     virtual void collectInput(T** in, uint32_t frames) { collectInputBlock(in, frames); }
     // Analysis-only subclasses work here on each full input block.
     virtual void processInputBlock(T** in, uint32_t frames);
-    // The subclass's work on one full block, in the collector's own buffers.
-    virtual void processBlock(T** in, T** out) = 0;
+    // The subclass's work on one block of `frames` frames. The collector calls
+    // it on its own buffers with a full block; owners that need no re-blocking
+    // may call it directly on their buffers with up to blockSize frames.
+    virtual void processBlock(T** in, T** out, uint32_t frames) = 0;
     virtual void freeBuffers();
     virtual void allocateBuffers();
     virtual void freeChannelBuffers();

@@ -17,12 +17,12 @@ static_assert(int(Layout::ColumnMajor) == CblasColMajor);
 namespace {
 
 void gemm(CBLAS_ORDER order, int m, int n, int k, const float* a, int lda, const float* b, int ldb, float* c,
-          int ldc) {
-    cblas_sgemm(order, CblasNoTrans, CblasNoTrans, m, n, k, 1.0f, a, lda, b, ldb, 0.0f, c, ldc);
+          int ldc, CBLAS_TRANSPOSE ta = CblasNoTrans, CBLAS_TRANSPOSE tb = CblasNoTrans) {
+    cblas_sgemm(order, ta, tb, m, n, k, 1.0f, a, lda, b, ldb, 0.0f, c, ldc);
 }
 void gemm(CBLAS_ORDER order, int m, int n, int k, const double* a, int lda, const double* b, int ldb,
-          double* c, int ldc) {
-    cblas_dgemm(order, CblasNoTrans, CblasNoTrans, m, n, k, 1.0, a, lda, b, ldb, 0.0, c, ldc);
+          double* c, int ldc, CBLAS_TRANSPOSE ta = CblasNoTrans, CBLAS_TRANSPOSE tb = CblasNoTrans) {
+    cblas_dgemm(order, ta, tb, m, n, k, 1.0, a, lda, b, ldb, 0.0, c, ldc);
 }
 void cgemm(int m, int n, int k, const std::complex<float>* a, const std::complex<float>* b,
            std::complex<float>* c) {
@@ -97,6 +97,14 @@ void multiply(const SmallMatrix<T>& a, const SmallMatrix<T>& b, SmallMatrix<T>& 
 }
 
 template <class T>
+void multiplyColumnMajor(uint32_t m, uint32_t n, uint32_t k, const T* a, uint32_t lda, bool transposeA,
+                         const T* b, uint32_t ldb, bool transposeB, T* c, uint32_t ldc) {
+    if (!a || !b || !c || m == 0 || n == 0 || k == 0) return;
+    gemm(CblasColMajor, int(m), int(n), int(k), a, int(lda), b, int(ldb), c, int(ldc),
+         transposeA ? CblasTrans : CblasNoTrans, transposeB ? CblasTrans : CblasNoTrans);
+}
+
+template <class T>
 void multiply(const SmallComplexMatrix<T>& a, const SmallComplexMatrix<T>& b, SmallComplexMatrix<T>& c) {
     if (!a.data || !b.data || !c.data || a.rows == 0 || b.columns == 0 || a.columns == 0) return;
     c.rows = a.rows;
@@ -139,12 +147,14 @@ int32_t generalisedEigenvalues(SmallMatrix<T>& a, SmallMatrix<T>& b, T* alphaRe,
     return gges(int(a.rows), a.inverseWorkspace, b.inverseWorkspace, alphaRe, alphaIm, beta);
 }
 
-#define PLX_DATA_INSTANTIATE(T)                                                                       \
-    template void multiply<T>(const SmallMatrix<T>&, const SmallMatrix<T>&, SmallMatrix<T>&, Layout); \
-    template void multiply<T>(const SmallComplexMatrix<T>&, const SmallComplexMatrix<T>&,             \
-                              SmallComplexMatrix<T>&);                                                \
-    template int32_t invert<T>(SmallMatrix<T>&);                                                      \
-    template int32_t eigenvalues<T>(SmallMatrix<T>&, T*, T*);                                         \
+#define PLX_DATA_INSTANTIATE(T)                                                                            \
+    template void multiply<T>(const SmallMatrix<T>&, const SmallMatrix<T>&, SmallMatrix<T>&, Layout);      \
+    template void multiplyColumnMajor<T>(uint32_t, uint32_t, uint32_t, const T*, uint32_t, bool, const T*, \
+                                         uint32_t, bool, T*, uint32_t);                                    \
+    template void multiply<T>(const SmallComplexMatrix<T>&, const SmallComplexMatrix<T>&,                  \
+                              SmallComplexMatrix<T>&);                                                     \
+    template int32_t invert<T>(SmallMatrix<T>&);                                                           \
+    template int32_t eigenvalues<T>(SmallMatrix<T>&, T*, T*);                                              \
     template int32_t generalisedEigenvalues<T>(SmallMatrix<T>&, SmallMatrix<T>&, T*, T*, T*);
 
 PLX_DATA_INSTANTIATE(float)

@@ -23,6 +23,13 @@ enum class Layout : int32_t {
 template <class T>
 void multiply(const SmallMatrix<T>& a, const SmallMatrix<T>& b, SmallMatrix<T>& c,
               Layout layout = Layout::ColumnMajor);
+// c = op(a) op(b), alpha 1, beta 0, on column-major arrays with explicit
+// leading dimensions, for products over parts of a matrix (a range of rows of
+// a staging buffer): op(a) is m x k, op(b) is k x n, c is m x n, and op
+// transposes the stored matrix when asked. Does nothing when a size is 0.
+template <class T>
+void multiplyColumnMajor(uint32_t m, uint32_t n, uint32_t k, const T* a, uint32_t lda, bool transposeA,
+                         const T* b, uint32_t ldb, bool transposeB, T* c, uint32_t ldc);
 // Complex product, row-major, untransposed.
 template <class T>
 void multiply(const SmallComplexMatrix<T>& a, const SmallComplexMatrix<T>& b, SmallComplexMatrix<T>& c);

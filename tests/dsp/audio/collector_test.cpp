@@ -59,8 +59,9 @@ public:
 template <class T>
 class Splitter : public Audio::SampleCollector2<T> {
 public:
-    void processBlock(T** in, T** out) override {
-        for (uint32_t i = 0; i < this->collectBlockSize; ++i) {
+    void processBlock(T** in, T** out, uint32_t n) override {
+        EXPECT_EQ(n, this->collectBlockSize);
+        for (uint32_t i = 0; i < n; ++i) {
             out[0][i] = in[0][i];
             out[1][i] = T(-2) * in[0][i];
         }
@@ -183,7 +184,7 @@ TYPED_TEST(CollectorTest, ChannelCountsAndBadInput) {
 TYPED_TEST(CollectorTest, InputOnlyCollectionSeesEveryBlock) {
     using T = TypeParam;
     struct Analyser : Audio::SampleCollector2<T> {
-        void processBlock(T**, T**) override { FAIL(); }
+        void processBlock(T**, T**, uint32_t) override { FAIL(); }
         void processInputBlock(T** in, uint32_t n) override { seen.insert(seen.end(), in[0], in[0] + n); }
         std::vector<T> seen;
     } analyser;
