@@ -73,7 +73,13 @@ int32_t AmbiAlgo<T>::init() {
     rotation.setBlockSize(frameCapacity);
     rotation.setChannels(inputs, inputs);
     rotation.setSampleRate(this->sampleRate);
-    rotation.init();
+    // Only a failed allocation can stop the stages here; the algorithm then
+    // stays silent rather than run half-built.
+    if (rotation.init() != 0 || !focus || !focus->valid() || channels == nullptr ||
+        focusInput.data == nullptr || focusOutput.data == nullptr) {
+        freeAmbiBuffers();
+        return kInitRefused;
+    }
     ready = true;
     return kInitDone;
 }

@@ -47,8 +47,9 @@ public:
     uint32_t getLatency() const override { return 0; }
     // Refuses (1) an input count other than 4, 9 or 16, or no output.
     int32_t setChannels(uint32_t inputs, uint32_t outputs) override;
-    // kInitDone, or kInitRefused when the input count is not (order + 1)^2 or
-    // no block size is set. Works on max(blockSize, collectBlockSize) frames.
+    // kInitDone, or kInitRefused when the input count is not (order + 1)^2,
+    // no block size is set or an allocation failed. Works on
+    // max(blockSize, collectBlockSize) frames.
     int32_t init() override;
     void reset() override;
     void freeBuffers() override;

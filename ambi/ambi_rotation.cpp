@@ -125,7 +125,10 @@ int32_t AmbiRotationAlgo<T>::init() {
     freeMatrices();
     if (order < 1 || order > 3 || numChannels != ambisonicChannels(order) || this->blockSize == 0) return 1;
     rotation.order = order;
-    if (rotation.init()) return release(), 1;
+    if (rotation.init()) {
+        freeMatrices();
+        return 1;
+    }
     lastYaw = yaw;
     lastPitch = pitch;
     lastRoll = roll;
@@ -139,7 +142,10 @@ int32_t AmbiRotationAlgo<T>::init() {
     bool failed = false;
     for (ColumnMatrix<T>* m : {&previousMatrix, &fadeMatrix, &inputFrames, &outputFrames})
         failed = m->init() || failed;
-    if (failed) return release(), 1;
+    if (failed) {
+        freeMatrices();
+        return 1;
+    }
     copyMatrix(rotation, previousMatrix);
     hasTail = this->blockSize > fadeLength;
     ready = true;

@@ -58,7 +58,7 @@ TYPED_TEST_SUITE(Rotation, SampleTypes);
 TYPED_TEST(Rotation, TurnsEncodedDirectionsLikeAPlainCartesianTurn) {
     using T = TypeParam;
     std::mt19937 rng(11);
-    std::uniform_real_distribution<double> unit(0, 1), azimuth(-180, 180), elevation(-90, 90);
+    std::uniform_real_distribution<double> unit(0, 1);
     constexpr uint32_t kFrames = 8;
     for (int order = 1; order <= 3; ++order) {
         const uint32_t n = uint32_t((order + 1) * (order + 1));
@@ -79,7 +79,8 @@ TYPED_TEST(Rotation, TurnsEncodedDirectionsLikeAPlainCartesianTurn) {
             algo.process(fade.p(), fade.p(), kFrames); // the angles changed: this block fades
             std::vector<Ref::Vec3> directions;
             for (uint32_t f = 0; f < kFrames; ++f) {
-                directions.push_back(Ref::direction(azimuth(rng), elevation(rng)));
+                const auto [azimuth, elevation] = Ref::randomDirection(rng);
+                directions.push_back(Ref::direction(azimuth, elevation));
                 const auto y = Ref::harmonics(directions.back(), order);
                 for (uint32_t c = 0; c < n; ++c) in.data[c][f] = T(y[c]);
             }

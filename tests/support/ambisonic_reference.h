@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <random>
 #include <vector>
 
 namespace AmbiReference {
@@ -32,6 +33,13 @@ inline std::vector<double> harmonics(const Vec3& v, int order) {
             y[l * l + l + m] = norm * legendre * (m < 0 ? std::sin(am * azimuth) : std::cos(am * azimuth));
         }
     return y;
+}
+
+// A direction drawn uniformly over the sphere, as (azimuth, elevation) in degrees.
+template <class Rng>
+std::array<double, 2> randomDirection(Rng& rng) {
+    std::uniform_real_distribution<double> unit(-1, 1);
+    return {180 * unit(rng), std::asin(unit(rng)) * 180 / M_PI};
 }
 
 inline Vec3 direction(double azimuthDegrees, double elevationDegrees) {

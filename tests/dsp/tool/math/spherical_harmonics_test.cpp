@@ -8,18 +8,19 @@
 #include <random>
 
 namespace Math = Tannhofen::DSP::Tool::Math;
+namespace Ref = AmbiReference;
 
 namespace {
 
 TEST(SphericalHarmonics, MatchLegendreDefinitionAndBandPower) {
     std::mt19937 rng(7);
-    std::uniform_real_distribution<double> azimuth(-180, 180), elevation(-90, 90);
     for (int k = 0; k < 300; ++k) {
-        const double a = azimuth(rng), e = k == 0 ? 90.0 : k == 1 ? -90.0 : elevation(rng);
+        const auto [a, random] = Ref::randomDirection(rng);
+        const double e = k == 0 ? 90.0 : k == 1 ? -90.0 : random;
         double y[16];
         Math::sn3dHarmonics(a, e, y, 16);
-        const auto v = AmbiReference::direction(a, e);
-        const auto reference = AmbiReference::harmonics(v, 3);
+        const auto v = Ref::direction(a, e);
+        const auto reference = Ref::harmonics(v, 3);
         for (int i = 0; i < 16; ++i)
             ASSERT_NEAR(y[i], reference[i], 1e-12) << "acn " << i << " at " << a << ", " << e;
         for (int l = 0; l <= 3; ++l) {
