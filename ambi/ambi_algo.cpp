@@ -111,31 +111,30 @@ void AmbiAlgo<T>::reset() {
 }
 
 template <class T>
-bool AmbiAlgo<T>::setFocusAzimuth(double v) {
+bool AmbiAlgo<T>::setFocusValue(double v, float AmbiFocus<T>::*field, float (*law)(double)) {
     if (!focus || !normalizedValue(v, v)) return false;
-    focus->azimuth = focusAzimuth(v);
+    (*focus).*field = law(v);
     return focus->dirty = true;
+}
+
+template <class T>
+bool AmbiAlgo<T>::setFocusAzimuth(double v) {
+    return setFocusValue(v, &AmbiFocus<T>::azimuth, focusAzimuth);
 }
 
 template <class T>
 bool AmbiAlgo<T>::setFocusElevation(double v) {
-    if (!focus || !normalizedValue(v, v)) return false;
-    focus->elevation = focusElevation(v);
-    return focus->dirty = true;
+    return setFocusValue(v, &AmbiFocus<T>::elevation, focusElevation);
 }
 
 template <class T>
 bool AmbiAlgo<T>::setFocusSize(double v) {
-    if (!focus || !normalizedValue(v, v)) return false;
-    focus->halfSize = focusHalfSize(v);
-    return focus->dirty = true;
+    return setFocusValue(v, &AmbiFocus<T>::halfSize, focusHalfSize);
 }
 
 template <class T>
 bool AmbiAlgo<T>::setFocusAttenuation(double v) {
-    if (!focus || !normalizedValue(v, v)) return false;
-    focus->attenuation = focusAttenuation(v);
-    return focus->dirty = true;
+    return setFocusValue(v, &AmbiFocus<T>::attenuation, focusAttenuation);
 }
 
 template <class T>

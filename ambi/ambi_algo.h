@@ -99,6 +99,8 @@ protected:
 
 private:
     void freeAmbiBuffers();
+    // One focus field from a normalised value through its law.
+    bool setFocusValue(double v, float AmbiFocus<T>::*field, float (*law)(double));
 };
 
 extern template class AmbiAlgo<float>;

@@ -173,31 +173,30 @@ void AmbiRotationAlgo<T>::reset() {
     copyMatrix(rotation, previousMatrix);
 }
 
+namespace {
+
+// Stores a new angle; true when it differs from the one held.
+bool storeAngle(double& field, double angle) {
+    const bool changed = angle != field;
+    field = angle;
+    return changed;
+}
+
+} // namespace
+
 template <class T>
 bool AmbiRotationAlgo<T>::setYaw(double v) {
-    if (!normalizedValue(v, v)) return false;
-    const double angle = -(v * yawScale - yawOffset);
-    const bool changed = angle != yaw;
-    yaw = angle;
-    return changed;
+    return normalizedValue(v, v) && storeAngle(yaw, -(v * yawScale - yawOffset));
 }
 
 template <class T>
 bool AmbiRotationAlgo<T>::setPitch(double v) {
-    if (!normalizedValue(v, v)) return false;
-    const double angle = v * pitchScale - pitchOffset;
-    const bool changed = angle != pitch;
-    pitch = angle;
-    return changed;
+    return normalizedValue(v, v) && storeAngle(pitch, v * pitchScale - pitchOffset);
 }
 
 template <class T>
 bool AmbiRotationAlgo<T>::setRoll(double v) {
-    if (!normalizedValue(v, v)) return false;
-    const double angle = -(v * rollScale - rollOffset);
-    const bool changed = angle != roll;
-    roll = angle;
-    return changed;
+    return normalizedValue(v, v) && storeAngle(roll, -(v * rollScale - rollOffset));
 }
 
 template <class T>
