@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 
 #include "host/plx/cli.h"
+#include "host/plx/output_file.h"
+#include "host/plx/values.h"
 
 namespace Tannhofen::Host::Cli {
 
@@ -15,15 +16,15 @@ std::vector<std::string> fields(const std::string& line, bool* unterminated) {
     std::vector<std::string> out;
     std::string field;
     bool inField = false;
-    bool quoted = false;
+    bool inQuotes = false;
     for (char c : line) {
-        if (quoted) {
+        if (inQuotes) {
             if (c == '"')
-                quoted = false;
+                inQuotes = false;
             else
                 field += c;
         } else if (c == '"') {
-            quoted = true;
+            inQuotes = true;
             inField = true;
         } else if (c == ' ' || c == '\t' || c == ',' || c == '\r') {
             if (inField) out.push_back(field);
@@ -35,7 +36,7 @@ std::vector<std::string> fields(const std::string& line, bool* unterminated) {
         }
     }
     if (inField) out.push_back(field);
-    *unterminated = quoted;
+    *unterminated = inQuotes;
     return out;
 }
 
@@ -67,7 +68,7 @@ bool Automation::parseTime(const std::string& text, double sampleRate, int64_t* 
     };
     strip("smp", 1.0) || strip("ms", sampleRate / 1000.0) || strip("s", sampleRate);
     double value = 0;
-    if (!parseNumber(number, &value) || value < 0) return false;
+    if (!parseDecimal(number, &value) || value < 0) return false;
     const double samples = value * scale;
     if (scale == 1.0 && samples != std::floor(samples)) return false;
     if (samples > 9.0e15) return false;
@@ -75,32 +76,44 @@ bool Automation::parseTime(const std::string& text, double sampleRate, int64_t* 
     return true;
 }
 
-Automation Automation::load(const std::string& path, const Effect& effect, double sampleRate) {
-    std::ifstream in(path);
-    if (!in) throw UserError("cannot read automation file " + path);
+Automation Automation::load(const std::string& path, double sampleRate, const Resolver& resolve) {
+    const std::vector<uint8_t> bytes = readSmallFile(path, "automation file", kMaxSmallFileBytes);
+    return parse(std::string(bytes.begin(), bytes.end()), shown(path), sampleRate, resolve);
+}
+
+Automation Automation::parse(const std::string& text, const std::string& source, double sampleRate,
+                             const Resolver& resolve) {
     Automation automation;
-    std::string line;
     int lineNumber = 0;
-    while (std::getline(in, line)) {
+    for (size_t start = 0; start < text.size();) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
         ++lineNumber;
-        const std::string where = path + ":" + std::to_string(lineNumber) + ": ";
+        const std::string where = source + ":" + std::to_string(lineNumber) + ": ";
+        if (end - start > kMaxAutomationLine)
+            throw UserError(where + "the line is longer than " + std::to_string(kMaxAutomationLine) +
+                            " bytes; a point is TIME PARAMETER VALUE");
+        std::string line = text.substr(start, end - start);
+        start = end + 1;
         const size_t hash = line.find('#');
         if (hash != std::string::npos) line.resize(hash);
         bool unterminated = false;
         const std::vector<std::string> f = fields(line, &unterminated);
         if (f.empty()) continue;
-        if (unterminated || f.size() != 3) throw UserError(where + "expected TIME PARAMETER VALUE");
+        if (unterminated) throw UserError(where + "a quote is not closed");
+        if (f.size() != 3)
+            throw UserError(where + "expected TIME PARAMETER VALUE, not " + std::to_string(f.size()) +
+                            " fields");
         int64_t sample = 0;
         if (!parseTime(f[0], sampleRate, &sample))
-            throw UserError(where + "bad time '" + f[0] +
-                            "' (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
+            throw UserError(where + "bad time " + quoted(f[0]) +
+                            " (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
         try {
-            const Effect::Param& param = effect.findParam(f[1]);
-            const double value = effect.parseValue(param, f[2]);
+            const auto [id, value] = resolve(f[1], f[2]);
             auto lane = std::find_if(automation.laneList.begin(), automation.laneList.end(),
-                                     [&](const Lane& l) { return l.id == param.info.id; });
+                                     [&](const Lane& l) { return l.id == id; });
             if (lane == automation.laneList.end()) {
-                automation.laneList.push_back({param.info.id, 0.0, {}});
+                automation.laneList.push_back({id, 0.0, {}});
                 lane = automation.laneList.end() - 1;
             }
             lane->points.push_back({sample, value});
@@ -108,7 +121,6 @@ Automation Automation::load(const std::string& path, const Effect& effect, doubl
             throw UserError(where + error.what());
         }
     }
-    if (in.bad()) throw UserError("cannot read automation file " + path);
     for (Lane& lane : automation.laneList) {
         std::stable_sort(lane.points.begin(), lane.points.end(),
                          [](const Point& a, const Point& b) { return a.sample < b.sample; });
@@ -125,8 +137,8 @@ Automation Automation::load(const std::string& path, const Effect& effect, doubl
     return automation;
 }
 
-void Automation::setStartValues(const Effect& effect) {
-    for (Lane& lane : laneList) lane.startValue = effect.parameterValue(lane.id);
+void Automation::setStartValues(const std::function<double(Plx::ParamID)>& valueOf) {
+    for (Lane& lane : laneList) lane.startValue = valueOf(lane.id);
 }
 
 void Automation::schedule(int64_t start, int32_t length, ParameterChanges& changes) const {

@@ -9,16 +9,27 @@
 // keeps its value from the start of the render and jumps at that point.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "frame/ieditcontroller.h"
 #include "host/lib/parameter_changes.h"
-#include "host/plx/effect.h"
 
 namespace Tannhofen::Host::Cli {
 
+// Lines longer than this are refused: no automation point needs them.
+inline constexpr size_t kMaxAutomationLine = 4096;
+
 class Automation {
 public:
+    // Resolves the PARAMETER and VALUE fields of a line to a parameter id and
+    // a normalized value; UserError when it can't.
+    using Resolver = std::function<std::pair<Plx::ParamID, double>(const std::string& parameter,
+                                                                   const std::string& value)>;
+
     struct Point {
         int64_t sample;
         double value; // normalized
@@ -29,13 +40,17 @@ public:
         std::vector<Point> points; // by time
     };
 
-    // UserError, naming the file and line, for anything it can't read.
-    static Automation load(const std::string& path, const Effect& effect, double sampleRate);
+    // Reads an automation file, no larger than kMaxSmallFileBytes. UserError,
+    // naming the file and line, for anything it can't read.
+    static Automation load(const std::string& path, double sampleRate, const Resolver& resolve);
+    // Reads the text of an automation file; `source` names it in messages.
+    static Automation parse(const std::string& text, const std::string& source, double sampleRate,
+                            const Resolver& resolve);
     // Parses one TIME field into samples; false when it isn't one.
     static bool parseTime(const std::string& text, double sampleRate, int64_t* sample);
 
     // The values that the parameters have when the render starts.
-    void setStartValues(const Effect& effect);
+    void setStartValues(const std::function<double(Plx::ParamID)>& valueOf);
     // Adds the points that fall into samples [start, start + length) to
     // `changes`, with the straight-line value at the block's last sample so
     // that a ramp continues across blocks.

@@ -1,5 +1,5 @@
-// Command-line plumbing of plx: the error a user can cause, and the parsing
-// of options after the subcommand.
+// Command-line plumbing of plx: the error a user can cause, the parsing of
+// options after the subcommand, and how user text is shown in messages.
 #pragma once
 
 #include <map>
@@ -16,8 +16,17 @@ struct UserError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Options of one subcommand: "--name value" for those in `valued`, "--name"
-// alone for those in `flags`; a valued option may repeat (all values kept).
+// Text that came from the user or from a file, fit for a one-line message:
+// control bytes (NUL, newline, escape...) written as \xNN, and anything
+// longer than a short excerpt cut in the middle, so that a huge or hostile
+// token can't flood or break the message.
+std::string shown(const std::string& text);
+// shown(), in single quotes.
+std::string quoted(const std::string& text);
+
+// Options of one subcommand: "--name value" (or "--name=value") for those in
+// `valued`, "--name" alone for those in `flags`; a valued option may repeat
+// (all values kept).
 class Options {
 public:
     Options(const std::vector<std::string>& args, const std::set<std::string>& valued,
@@ -29,14 +38,11 @@ public:
     // The value, or a UserError that names the missing option.
     std::string require(const std::string& name) const;
     const std::vector<std::string>& all(const std::string& name) const;
-    // An integer option within [min, max].
+    // A whole number within [min, max], written as plain decimal digits.
     long getInt(const std::string& name, long fallback, long min, long max) const;
 
 private:
     std::map<std::string, std::vector<std::string>> values;
 };
-
-// Reads a whole number or a decimal number; false when `text` is not one.
-bool parseNumber(const std::string& text, double* value);
 
 } // namespace Tannhofen::Host::Cli

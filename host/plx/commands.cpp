@@ -43,34 +43,21 @@ void printLayoutList(const char* heading, const std::vector<SpeakerArrangement>&
     std::printf("\n");
 }
 
-// The named layouts that the effect takes on one side while the other side
-// keeps its present arrangement.
-std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input) {
-    const SpeakerArrangement in = effect.inputArrangement();
-    const SpeakerArrangement out = effect.outputArrangement();
-    std::vector<SpeakerArrangement> accepted;
-    for (const NamedLayout& layout : namedLayouts())
-        if (input ? effect.setArrangements(layout.mask, out) : effect.setArrangements(in, layout.mask))
-            accepted.push_back(layout.mask);
-    effect.setArrangements(in, out);
-    return accepted;
-}
-
 void describeEffect(ModuleSession& session, const std::string& name) {
     Effect effect(session, session.findEffect(name));
-    auto title = [](const Effect::Param& param) {
+    const ParamValues values = effect.values();
+    auto title = [](const Param& param) {
         return param.info.flags & ParameterInfo::kIsReadOnly ? param.title + " (read-only)" : param.title;
     };
     int width = 5;
-    for (const Effect::Param& param : effect.params())
-        width = std::max(width, static_cast<int>(title(param).size()));
+    for (const Param& param : effect.params()) width = std::max(width, static_cast<int>(title(param).size()));
     std::printf("%s\n\nParameters:\n", effect.name().c_str());
     std::printf("  %5s  %-*s  %-5s  %-26s  %-8s  %s\n", "id", width, "title", "units", "range", "default",
                 "text");
-    for (const Effect::Param& param : effect.params())
+    for (const Param& param : effect.params())
         std::printf("  %5u  %-*s  %-5s  %-26s  %-8.4f  %s\n", param.info.id, width, title(param).c_str(),
-                    param.units.c_str(), effect.rangeText(param).c_str(), param.info.defaultNormalizedValue,
-                    effect.valueText(param, param.info.defaultNormalizedValue).c_str());
+                    param.units.c_str(), values.range(param).c_str(), param.info.defaultNormalizedValue,
+                    values.text(param, param.info.defaultNormalizedValue).c_str());
     std::printf("\n");
     printLayoutList("Inputs: ", acceptedLayouts(effect, true));
     printLayoutList("Outputs:", acceptedLayouts(effect, false));
@@ -110,7 +97,8 @@ void writeDemoScene(const std::string& path, SpeakerArrangement layout, int rate
     const int channels = channelsOf(layout);
     const std::vector<std::string> labels = speakerLabels(layout);
     const auto frames = static_cast<int64_t>(seconds * rate);
-    SoundWriter writer(path, layout, rate, false, frames);
+    OutputFile file(path);
+    WavWriter writer(file, layout, rate, false);
     const int64_t block = 4096;
     std::vector<float> interleaved(static_cast<size_t>(block * channels));
     const double beep = 0.09, gap = 0.06, period = 2.0, amplitude = 0.25;
@@ -177,7 +165,7 @@ int renderCommand(const std::vector<std::string>& args) {
     const Options options(args,
                           {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation",
                            "block", "state-in", "state-out"},
-                          {"double", "quiet"});
+                          {"double", "quiet", "allow-short"});
     RenderRequest request;
     request.effect = options.require("effect");
     request.input = options.require("in");
@@ -191,12 +179,19 @@ int renderCommand(const std::vector<std::string>& args) {
     request.stateIn = options.get("state-in");
     request.stateOut = options.get("state-out");
     request.quiet = options.has("quiet");
+    request.allowShort = options.has("allow-short");
     ModuleSession session(modulePath(options));
     const RenderResult result = render(session, request);
+    if (result.damage)
+        std::fprintf(stderr, "plx: warning: %s; the output keeps the %lld frames that could be read\n",
+                     result.damage->c_str(), static_cast<long long>(result.frames));
+    // With the audio on standard output, the summary goes to stderr.
+    FILE* report = request.output == "-" ? stderr : stdout;
     if (!request.quiet)
-        std::printf("%s: %s -> %s, %lld frames at %d Hz, latency %u samples\n", request.output.c_str(),
-                    layoutName(result.in).c_str(), layoutName(result.out).c_str(),
-                    static_cast<long long>(result.frames), result.sampleRate, result.latency);
+        std::fprintf(report, "%s: %s -> %s, %lld frames at %d Hz, latency %u samples\n",
+                     request.output == "-" ? "standard output" : shown(request.output).c_str(),
+                     layoutName(result.in).c_str(), layoutName(result.out).c_str(),
+                     static_cast<long long>(result.frames), result.sampleRate, result.latency);
     return 0;
 }
 
@@ -208,7 +203,8 @@ int matrixCommand(const std::vector<std::string>& args) {
     ModuleSession session(modulePath(options));
     Effect effect(session, session.findEffect(effectName));
     negotiate(effect, in, out);
-    std::optional<PendingFile> svgFile;
+    applySettings(effect, options.all("set"), out);
+    std::optional<OutputFile> svgFile;
     if (options.has("svg")) svgFile.emplace(options.get("svg"));
 
     // One block through the running effect, then one timer tick: the
@@ -216,7 +212,7 @@ int matrixCommand(const std::vector<std::string>& args) {
     const int32_t block = 256;
     effect.requestGainMatrix();
     effect.start(48000.0, block, false);
-    applySettings(effect, options.all("set"));
+    effect.flushParameters();
     effect.process(block);
     effect.idle();
     effect.stop();
@@ -231,7 +227,7 @@ int matrixCommand(const std::vector<std::string>& args) {
     if (svgFile) {
         const std::string svg =
             matrixSvg(effect.name() + ": " + layoutName(in) + " to " + layoutName(out), rows, columns, gains);
-        svgFile->writeAll(std::vector<uint8_t>(svg.begin(), svg.end()));
+        svgFile->write(svg.data(), svg.size());
         svgFile->commit();
     }
     return 0;
@@ -243,9 +239,9 @@ int demoCommand(const std::vector<std::string>& args) {
     ModuleSession session(modulePath(options));
     std::error_code error;
     std::filesystem::create_directories(dir, error);
-    if (error) throw UserError("cannot create " + dir + ": " + error.message());
+    if (error) throw UserError("cannot create " + shown(dir) + ": " + error.message());
 
-    const SpeakerArrangement bed = 0x2D63F; // 7.1.4
+    const SpeakerArrangement bed = Layout::k7_1_4;
     const int rate = 48000;
     const std::string scene = dir + "/scene-7.1.4.wav";
     writeDemoScene(scene, bed, rate, 6.0);
@@ -260,7 +256,7 @@ int demoCommand(const std::vector<std::string>& args) {
             std::printf("\n%s: skipped (%s)\n", effectClass.name.c_str(), missing.what());
             continue;
         }
-        for (SpeakerArrangement target : {SpeakerArrangement{0x3F}, SpeakerArrangement{0x3}}) {
+        for (SpeakerArrangement target : {Layout::k5_1, Layout::kStereo}) {
             const std::string stem =
                 dir + "/" + effectWord(effectClass.name) + "-7.1.4-to-" + fileWord(layoutName(target));
             RenderRequest request;

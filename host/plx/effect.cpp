@@ -39,53 +39,6 @@ std::string squeeze(const std::string& s) {
     return out;
 }
 
-std::string narrow(const char16* text, size_t max) {
-    std::string out;
-    for (size_t i = 0; i < max && text[i]; ++i) {
-        uint32_t c = text[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < max && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
-            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | c >> 6);
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | c >> 12);
-            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | c >> 18);
-            out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
-            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
-
-// The numbers users type are ASCII; other characters become '?'.
-std::u16string widen(const std::string& text) {
-    std::u16string out;
-    for (unsigned char c : text) out += c < 0x80 ? static_cast<char16>(c) : u'?';
-    return out;
-}
-
-// The leading number of a parameter's text ("-3.00 dB" gives -3); false when
-// it starts with none. "-inf" and "-oo" stand for a very low value.
-bool leadingNumber(const std::string& text, double* value) {
-    const std::string t = lower(text);
-    if (t.rfind("-inf", 0) == 0 || t.rfind("-oo", 0) == 0) {
-        *value = -HUGE_VAL;
-        return true;
-    }
-    char* end = nullptr;
-    const double v = std::strtod(text.c_str(), &end);
-    if (end == text.c_str()) return false;
-    *value = v;
-    return true;
-}
-
 void putU32(std::vector<uint8_t>& out, uint32_t v) {
     for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
 }
@@ -130,20 +83,30 @@ EffectClass ModuleSession::findEffect(const std::string& name) const {
     const std::string key = lower(name);
     std::vector<const EffectClass*> byWord;
     for (const EffectClass& effect : all) {
-        if (lower(effect.name) == key) return effect;
         const std::string words = lower(effect.name);
+        if (words == key) return effect;
         size_t start = 0;
         while (start < words.size()) {
             size_t end = words.find(' ', start);
             if (end == std::string::npos) end = words.size();
-            if (words.substr(start, end - start) == key) byWord.push_back(&effect);
+            if (words.compare(start, end - start, key) == 0) {
+                byWord.push_back(&effect);
+                break;
+            }
             start = end + 1;
         }
     }
     if (byWord.size() == 1) return *byWord.front();
-    std::string known;
-    for (const EffectClass& effect : all) known += (known.empty() ? "" : ", ") + effect.name;
-    throw UserError("unknown effect '" + name + "' (the module has: " + known + ")");
+    auto names = [](const auto& list, auto nameOf) {
+        std::string joined;
+        for (const auto& item : list) joined += (joined.empty() ? "" : ", ") + nameOf(item);
+        return joined;
+    };
+    if (byWord.size() > 1)
+        throw UserError(quoted(name) + " matches several effects: " +
+                        names(byWord, [](const EffectClass* e) { return e->name; }) + "; name one of them");
+    throw UserError("unknown effect " + quoted(name) +
+                    " (the module has: " + names(all, [](const EffectClass& e) { return e.name; }) + ")");
 }
 
 Effect::Effect(ModuleSession& session, const EffectClass& effectClass)
@@ -187,95 +150,17 @@ void Effect::onMessage(IMessage* message, bool toController) {
     if (size > 0) std::memcpy(lastGainMatrix.data(), data, static_cast<size_t>(size) * sizeof(float));
 }
 
-const Effect::Param& Effect::findParam(const std::string& name) const {
-    double number = 0;
-    if (parseNumber(name, &number)) {
+const Param& Effect::findParam(const std::string& name) const {
+    long number = 0;
+    if (parseInteger(name, &number)) {
         for (const Param& param : parameters)
-            if (static_cast<double>(param.info.id) == number) return param;
+            if (static_cast<long>(param.info.id) == number) return param;
     }
     const std::string key = squeeze(name);
     for (const Param& param : parameters)
         if (!key.empty() && (squeeze(param.title) == key || squeeze(param.shortTitle) == key)) return param;
-    throw UserError("unknown parameter '" + name + "' of " + effectClass.name + " (see: plx list --effect '" +
-                    effectClass.name + "')");
-}
-
-std::string Effect::valueText(const Param& param, double normalized) const {
-    char16 text[129] = {};
-    if (controller()->getParamStringByValue(param.info.id, normalized, text) != kResultOk) return "";
-    return narrow(text, 128);
-}
-
-std::string Effect::rangeText(const Param& param) const {
-    const int32 steps = param.info.stepCount;
-    if (steps > 0 && steps <= 16) {
-        std::string text;
-        for (int32 k = 0; k <= steps; ++k)
-            text += (k ? " | " : "") + valueText(param, static_cast<double>(k) / steps);
-        return text;
-    }
-    std::string text = valueText(param, 0.0) + " .. " + valueText(param, 1.0);
-    return param.units.empty() ? text : text + " " + param.units;
-}
-
-double Effect::parseValue(const Param& param, const std::string& rawText) const {
-    const std::string what = "value '" + rawText + "' of " + param.title;
-    std::string text = rawText;
-    // Normalized: a number from 0 to 1 with a trailing "n".
-    if (text.size() > 1 && (text.back() == 'n' || text.back() == 'N')) {
-        double normalized = 0;
-        if (parseNumber(text.substr(0, text.size() - 1), &normalized)) {
-            if (normalized < 0.0 || normalized > 1.0)
-                throw UserError(what + " is out of range: normalized values go from 0 to 1");
-            return normalized;
-        }
-    }
-    // Plain, in the parameter's own units, which may follow the number.
-    if (!param.units.empty() && text.size() > param.units.size() &&
-        lower(text.substr(text.size() - param.units.size())) == lower(param.units)) {
-        text = text.substr(0, text.size() - param.units.size());
-        while (!text.empty() && text.back() == ' ') text.pop_back();
-    }
-    const int32 steps = param.info.stepCount;
-    if (steps > 0) {
-        double number = 0;
-        const bool numeric = parseNumber(text, &number);
-        for (int32 k = 0; k <= steps; ++k) {
-            const double normalized = static_cast<double>(k) / steps;
-            const std::string shown = valueText(param, normalized);
-            double shownNumber = 0;
-            if (lower(shown) == lower(text) ||
-                (numeric && parseNumber(shown, &shownNumber) && std::fabs(shownNumber - number) < 1e-9))
-                return normalized;
-        }
-        // On/off parameters also take 0 and 1, and On and Off whatever their text.
-        if (steps == 1 && numeric && (number == 0.0 || number == 1.0)) return number;
-        if (steps == 1 && (lower(text) == "on" || lower(text) == "off"))
-            return lower(text) == "on" ? 1.0 : 0.0;
-        throw UserError(what + " is out of range: it takes " + rangeText(param));
-    }
-    double plain = 0;
-    if (lower(text) == "-inf")
-        plain = -HUGE_VAL;
-    else if (!parseNumber(text, &plain))
-        throw UserError(what + " is not a number (write it in " +
-                        (param.units.empty() ? std::string("plain units") : param.units) +
-                        ", or normalized as e.g. 0.5n)");
-    double lo = 0, hi = 0;
-    if (leadingNumber(valueText(param, 0.0), &lo) && leadingNumber(valueText(param, 1.0), &hi)) {
-        // "-inf" is the bottom of a decibel range, however the text shows it.
-        if (plain == -HUGE_VAL) return lo <= hi ? 0.0 : 1.0;
-        const double tolerance = 1e-6 * std::max(1.0, std::fabs(hi - lo));
-        if (plain < std::min(lo, hi) - tolerance || plain > std::max(lo, hi) + tolerance)
-            throw UserError(what + " is out of range: it takes " + rangeText(param));
-        if (plain == std::min(lo, hi)) return lo <= hi ? 0.0 : 1.0;
-    }
-    ParamValue normalized = 0;
-    const std::u16string wide = widen(text);
-    if (controller()->getParamValueByString(param.info.id, wide.c_str(), &normalized) != kResultOk)
-        normalized = controller()->plainParamToNormalized(param.info.id, plain);
-    if (!std::isfinite(normalized)) throw UserError(what + " can't be converted");
-    return std::clamp(normalized, 0.0, 1.0);
+    throw UserError("unknown parameter " + quoted(name) + " of " + effectClass.name +
+                    " (see: plx list --effect '" + effectClass.name + "')");
 }
 
 std::vector<uint8_t> Effect::saveState() const {

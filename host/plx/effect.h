@@ -16,6 +16,7 @@
 #include "host/lib/parameter_changes.h"
 #include "host/lib/plugin.h"
 #include "host/plx/layout.h"
+#include "host/plx/values.h"
 
 namespace Tannhofen::Host::Cli {
 
@@ -40,7 +41,8 @@ public:
     std::vector<Plx::ClassInfo2> classes() const { return loaded->classes(); }
     // The audio processors, which plx calls effects.
     std::vector<EffectClass> effects() const;
-    // By class name, or by one word of it ("MixMorph"), case ignored.
+    // By class name, or by one word of it ("MixMorph"), case ignored;
+    // UserError for a name that matches none, or several (listing them).
     EffectClass findEffect(const std::string& name) const;
 
 private:
@@ -50,13 +52,6 @@ private:
 
 class Effect {
 public:
-    struct Param {
-        Plx::ParameterInfo info;
-        std::string title;
-        std::string shortTitle;
-        std::string units;
-    };
-
     // UserError when the factory can't create the effect.
     Effect(ModuleSession& session, const EffectClass& effectClass);
     ~Effect();
@@ -72,14 +67,8 @@ public:
     // By id, title or short title (case, spaces and punctuation ignored);
     // UserError for an unknown name.
     const Param& findParam(const std::string& name) const;
-    // A value for `param` as the user writes it: in the units that its text
-    // shows ("-3", "-3dB", "On", "5.1"), or normalized with a trailing "n"
-    // ("0.25n"). Answers the normalized value; UserError when out of range.
-    double parseValue(const Param& param, const std::string& text) const;
-    // The text of a normalized value, as the controller shows it.
-    std::string valueText(const Param& param, double normalized) const;
-    // The plain range as text, e.g. "-180.00 .. 6.02 dB" or "Off | On".
-    std::string rangeText(const Param& param) const;
+    // Values of the parameters, read and shown through the controller.
+    ParamValues values() const { return ParamValues(controller()); }
 
     // Saved state: processor and controller, with the class ID, in plx's own
     // container. loadState throws UserError for a file of another effect.

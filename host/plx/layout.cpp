@@ -29,7 +29,8 @@ std::string bitLabel(int bit) {
 }
 
 // The libsndfile position of each of the first 18 speaker bits: these are
-// the WAV speaker positions, and in the same bit order as WAV's channel mask.
+// the WAV speaker positions, in the same bit order as WAV's channel mask, so
+// that a layout within them has its own mask as its WAV channel mask.
 // libsndfile names the front three of WAV LEFT, RIGHT and CENTER.
 constexpr int kWavPositions[18] = {
     SF_CHANNEL_MAP_LEFT,
@@ -69,8 +70,9 @@ std::optional<SpeakerArrangement> parseLayout(const std::string& text) {
     for (const NamedLayout& layout : namedLayouts())
         if (lower(layout.name) == key) return layout.mask;
     static const std::pair<const char*, SpeakerArrangement> kAliases[] = {
-        {"7.1", 0x63F},    {"7.0", 0x637},         {"quad", 0x33},           {"foa", 0xF00000},
-        {"1oa", 0xF00000}, {"2oa", 0x7C000F00000}, {"3oa", 0x3FFC000F00000},
+        {"7.1", Plx::Layout::k7_1Music}, {"7.0", Plx::Layout::k7_0Music}, {"quad", Plx::Layout::kQuadro},
+        {"foa", Plx::Layout::kAmbi1},    {"1oa", Plx::Layout::kAmbi1},    {"2oa", Plx::Layout::kAmbi2},
+        {"3oa", Plx::Layout::kAmbi3},
     };
     for (const auto& [alias, mask] : kAliases)
         if (key == alias) return mask;
@@ -90,6 +92,12 @@ std::optional<SpeakerArrangement> parseLayout(const std::string& text) {
         if (mask != 0) return mask;
     }
     return std::nullopt;
+}
+
+std::string layoutNames(const std::vector<SpeakerArrangement>& masks) {
+    std::string joined;
+    for (SpeakerArrangement mask : masks) joined += (joined.empty() ? "" : ", ") + layoutName(mask);
+    return joined;
 }
 
 std::string hexMask(SpeakerArrangement mask) {
@@ -112,33 +120,33 @@ std::vector<std::string> speakerLabels(SpeakerArrangement mask) {
 }
 
 std::optional<SpeakerArrangement> defaultLayoutForChannels(int channels) {
+    using namespace Plx::Layout;
     switch (channels) {
-    case 1: return 0x80000;     // Mono
-    case 2: return 0x3;         // Stereo
-    case 3: return 0x7;         // LRC
-    case 4: return 0x33;        // Quadro
-    case 5: return 0x37;        // 5.0
-    case 6: return 0x3F;        // 5.1
-    case 8: return 0x63F;       // 7.1 Music (Dolby)
-    case 10: return 0x2D03F;    // 5.1.4
-    case 12: return 0x2D63F;    // 7.1.4
-    case 16: return 0x302D6FF;  // 9.1.6
-    case 24: return 0x7307FFFF; // 22.2
+    case 1: return kMono;
+    case 2: return kStereo;
+    case 3: return kLRC;
+    case 4: return kQuadro;
+    case 5: return k5_0;
+    case 6: return k5_1;
+    case 8: return k7_1Music;
+    case 10: return k5_1_4;
+    case 12: return k7_1_4;
+    case 16: return k9_1_6;
+    case 24: return k22_2;
     default: return std::nullopt;
     }
 }
 
 bool isAmbisonic(SpeakerArrangement mask) {
-    return mask == 0xF00000 || mask == 0x7C000F00000 || mask == 0x3FFC000F00000;
+    using namespace Plx::Layout;
+    return mask == kAmbi1 || mask == kAmbi2 || mask == kAmbi3;
 }
 
-std::vector<int> wavChannelMap(SpeakerArrangement mask) {
-    std::vector<int> map;
-    if (mask == 0x80000) return {SF_CHANNEL_MAP_CENTER};
-    if (mask >> 18 != 0) return map;
-    for (int bit = 0; bit < 18; ++bit)
-        if (mask >> bit & 1) map.push_back(kWavPositions[bit]);
-    return map;
+std::optional<uint32_t> wavChannelMask(SpeakerArrangement mask) {
+    constexpr uint32_t kWavFrontCenter = 0x4;
+    if (mask == Plx::Layout::kMono) return kWavFrontCenter;
+    if (mask == 0 || mask >> std::size(kWavPositions) != 0) return std::nullopt;
+    return static_cast<uint32_t>(mask);
 }
 
 std::optional<SpeakerArrangement> layoutFromWavChannelMap(const std::vector<int>& map) {
@@ -151,7 +159,7 @@ std::optional<SpeakerArrangement> layoutFromWavChannelMap(const std::vector<int>
         }
     };
     if (map.size() == 1 && (map[0] == SF_CHANNEL_MAP_MONO || front(map[0]) == SF_CHANNEL_MAP_CENTER))
-        return 0x80000;
+        return Plx::Layout::kMono;
     // Channels on a bus follow ascending bits, so the positions must too.
     SpeakerArrangement mask = 0;
     long last = -1;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame/speaker_arrangement.h"
+#include "frame/speaker_layouts.h"
 
 namespace Tannhofen::Host::Cli {
 
@@ -20,9 +21,15 @@ struct NamedLayout {
 };
 const std::vector<NamedLayout>& namedLayouts();
 
+// The speaker bits that name a speaker or an ambisonic channel; the others
+// mean nothing to the module.
+inline constexpr SpeakerArrangement kDefinedSpeakerBits = (Plx::Speaker::Ambi4 << 12) - 1;
+
 // A layout given by name (case does not matter), by a few short aliases
 // ("7.1", "FOA", ...) or as a hex mask ("0x3F"). Empty when unknown.
 std::optional<SpeakerArrangement> parseLayout(const std::string& text);
+// The names of the named layouts, for messages: "Stereo, LRC, ...".
+std::string layoutNames(const std::vector<SpeakerArrangement>& masks);
 // The name of a layout, or its hex mask when it has none.
 std::string layoutName(SpeakerArrangement mask);
 std::string hexMask(SpeakerArrangement mask);
@@ -36,9 +43,9 @@ inline int channelsOf(SpeakerArrangement mask) {
 // nothing else tells; empty when there is no usual one.
 std::optional<SpeakerArrangement> defaultLayoutForChannels(int channels);
 
-// WAV (WAVE_FORMAT_EXTENSIBLE) description of a layout: libsndfile channel
-// map entries, one per channel, or empty when WAV has no positions for it.
-std::vector<int> wavChannelMap(SpeakerArrangement mask);
+// The WAV (WAVE_FORMAT_EXTENSIBLE) channel mask of a layout; empty when WAV
+// has no position for one of its speakers.
+std::optional<uint32_t> wavChannelMask(SpeakerArrangement mask);
 bool isAmbisonic(SpeakerArrangement mask);
 // The layout that a libsndfile channel map describes; empty when it holds
 // positions that have no speaker bit.

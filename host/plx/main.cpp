@@ -1,6 +1,7 @@
 // plx: a command-line host for the module's effects. It loads the module
 // file through its three exports, as a workstation does, and renders audio
 // files through an effect offline.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -8,31 +9,89 @@
 
 #include "host/plx/cli.h"
 #include "host/plx/commands.h"
+#include "host/plx/output_file.h"
 
 namespace {
 
-const char* const kUsage =
-    "usage: plx [--module FILE] COMMAND [options]\n"
-    "\n"
-    "  list [--effect NAME]\n"
-    "      the module's classes; with --effect, its parameters and the layouts it takes\n"
-    "  render --effect NAME --in FILE --out FILE [--in-layout L] [--out-layout L]\n"
-    "         [--set PARAM=VALUE ...] [--automation FILE] [--block N] [--double]\n"
-    "         [--state-in FILE] [--state-out FILE] [--quiet]\n"
-    "      renders a WAV, FLAC or AIFF file through the effect into a float WAV\n"
-    "  matrix --effect NAME --in-layout L --out-layout L [--set PARAM=VALUE ...] [--svg FILE]\n"
-    "      prints the effect's gain matrix; --svg writes it as a heat map\n"
-    "  demo [--out DIR]\n"
-    "      renders a synthesised 7.1.4 scene through every effect into DIR (demo-out/)\n"
-    "\n"
+using namespace Tannhofen::Host::Cli;
+
+struct Command {
+    const char* name;
+    const char* usage; // the synopsis, what it does, and an example
+    int (*run)(const std::vector<std::string>& args);
+};
+
+const Command kCommands[] = {
+    {"list",
+     "plx list [--effect NAME]\n"
+     "  Lists the module's classes; with --effect, the effect's parameters, their ranges\n"
+     "  and defaults, and the layouts it takes.\n"
+     "\n"
+     "example:\n"
+     "  plx list --effect MixMorph\n",
+     listCommand},
+    {"render",
+     "plx render --effect NAME --in FILE --out FILE [--in-layout L] [--out-layout L]\n"
+     "           [--set PARAM=VALUE ...] [--automation FILE] [--block N] [--double]\n"
+     "           [--state-in FILE] [--state-out FILE] [--allow-short] [--quiet]\n"
+     "  Renders an audio file (WAV, RF64, AIFF, FLAC, ...) through the effect into a float\n"
+     "  WAV of the same length. --in - reads standard input, --out - writes standard output.\n"
+     "  The input layout comes from the file unless --in-layout names it; the output\n"
+     "  layout is the effect's choice unless --out-layout names it. An input that ends\n"
+     "  before the length its header declares, or that its decoder can't read, is refused;\n"
+     "  --allow-short keeps what can be read, with a warning. --block sets the block size\n"
+     "  (1 to 65536, 1024 by default), --double processes and writes 64-bit floats.\n"
+     "\n"
+     "example:\n"
+     "  plx render --effect MixMorph --in stems-5.1.wav --out fold.wav --out-layout Stereo \\\n"
+     "      --set \"Center Level=-4.5dB\" --automation fade.txt --state-out fold.state\n",
+     renderCommand},
+    {"matrix",
+     "plx matrix --effect NAME --in-layout L --out-layout L [--set PARAM=VALUE ...] [--svg FILE]\n"
+     "  Prints the effect's gain matrix, one row per input speaker; --svg writes it as a\n"
+     "  heat map.\n"
+     "\n"
+     "example:\n"
+     "  plx matrix --effect MixMorph --in-layout 7.1.4 --out-layout 5.1 --svg matrix.svg\n",
+     matrixCommand},
+    {"demo",
+     "plx demo [--out DIR] [--quiet]\n"
+     "  Renders a synthesised 7.1.4 scene through every effect into DIR (demo-out/ by\n"
+     "  default), with peak and RMS levels per output channel and the gain matrices.\n"
+     "\n"
+     "example:\n"
+     "  plx demo --out demo-out\n",
+     demoCommand},
+};
+
+const char* const kCommon =
     "Layouts: Mono, Stereo, 5.1, 7.1, 7.1.4, 1st Order Ambisonics, ... or a hex mask (0x3F).\n"
     "Values: in the parameter's units (-3dB, On, 5.1) or normalized with a trailing n (0.5n).\n"
-    "The module defaults to Tannhofen.plx beside the plx executable.\n";
+    "The module defaults to Tannhofen.plx beside the plx executable; --module FILE names another.\n";
+
+void printUsage(FILE* to) {
+    std::fputs("usage: plx [--module FILE] COMMAND [options]\n       plx COMMAND --help\n\n", to);
+    for (const Command& command : kCommands) {
+        const std::string usage = command.usage;
+        std::fprintf(to, "  %s\n", usage.substr(4, usage.find('\n') - 4).c_str());
+    }
+    std::fprintf(to, "\n%s", kCommon);
+}
+
+void printCommandUsage(const Command& command) {
+    std::printf("usage: %s\n%s", command.usage, kCommon);
+}
+
+const Command* findCommand(const std::string& name) {
+    for (const Command& command : kCommands)
+        if (name == command.name) return &command;
+    return nullptr;
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
-    using namespace Tannhofen::Host::Cli;
+    installSignalHandlers();
     std::vector<std::string> args(argv + 1, argv + argc);
     // --module may come before the command as well as among its options.
     std::vector<std::string> moduleOption;
@@ -41,22 +100,31 @@ int main(int argc, char** argv) {
         args.erase(args.begin(), args.begin() + 2);
     }
     if (args.empty()) {
-        std::fputs(kUsage, stderr);
+        printUsage(stderr);
         return 2;
     }
-    const std::string command = args[0];
-    if (command == "help" || command == "--help" || command == "-h") {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-    std::vector<std::string> options(args.begin() + 1, args.end());
-    options.insert(options.begin(), moduleOption.begin(), moduleOption.end());
+    const std::string name = args[0];
     try {
-        if (command == "list") return listCommand(options);
-        if (command == "render") return renderCommand(options);
-        if (command == "matrix") return matrixCommand(options);
-        if (command == "demo") return demoCommand(options);
-        throw UserError("unknown command '" + command + "' (try: plx help)");
+        if (name == "help" || name == "--help" || name == "-h") {
+            if (args.size() < 2) {
+                printUsage(stdout);
+                return 0;
+            }
+            const Command* command = findCommand(args[1]);
+            if (!command) throw UserError("unknown command " + quoted(args[1]) + " (try: plx help)");
+            printCommandUsage(*command);
+            return 0;
+        }
+        const Command* command = findCommand(name);
+        if (!command) throw UserError("unknown command " + quoted(name) + " (try: plx help)");
+        std::vector<std::string> options(args.begin() + 1, args.end());
+        if (std::find(options.begin(), options.end(), "--help") != options.end() ||
+            std::find(options.begin(), options.end(), "-h") != options.end()) {
+            printCommandUsage(*command);
+            return 0;
+        }
+        options.insert(options.begin(), moduleOption.begin(), moduleOption.end());
+        return command->run(options);
     } catch (const UserError& error) {
         std::fflush(stdout);
         std::fprintf(stderr, "plx: error: %s\n", error.what());

@@ -1,8 +1,10 @@
 #include "host/plx/render.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <unistd.h>
 
 #include "host/plx/audio_file.h"
 #include "host/plx/automation.h"
@@ -65,13 +67,14 @@ T* outputBuffer(Effect& effect, int channel) {
 // The streaming loop: read a block, process it, write what lines up with the
 // input. The first `latency` output samples are dropped and as many samples
 // of silence are fed after the input, so that output sample n belongs to
-// input sample n and both have the same length.
+// input sample n and both have the same length: the length of the data that
+// was read, whatever the header declared.
 template <class T>
-void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Automation* automation,
-            int32_t block, RenderResult& result, Progress& progress) {
+void stream(Effect& effect, SoundReader& reader, WavWriter& writer, const Automation* automation,
+            const RenderRequest& request, RenderResult& result, Progress& progress) {
+    const int32_t block = request.block;
     const int ins = effect.inputChannels();
     const int outs = effect.outputChannels();
-    const int64_t total = reader.frames();
     const int64_t latency = result.latency;
     std::vector<T> inFrames(static_cast<size_t>(block) * static_cast<size_t>(ins));
     std::vector<T> outFrames(static_cast<size_t>(block) * static_cast<size_t>(outs));
@@ -81,13 +84,18 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
     int64_t written = 0;
     int64_t sinceIdle = 0;
     bool inputDone = false;
-    while (written < total) {
-        const auto length = static_cast<int32_t>(std::min<int64_t>(block, total + latency - processed));
+    for (;;) {
         int64_t got = 0;
         if (!inputDone) {
-            got = reader.read(inFrames.data(), length);
-            if (got < length) inputDone = true;
+            got = reader.read(inFrames.data(), block);
+            inputDone = got < block;
+            if (reader.damage() && !request.allowShort)
+                throw UserError(*reader.damage() + " (--allow-short keeps what can be read)");
         }
+        const int64_t total = reader.framesRead();
+        const auto length =
+            static_cast<int32_t>(inputDone ? std::min<int64_t>(block, total + latency - processed) : got);
+        if (length <= 0) break;
         for (int c = 0; c < ins; ++c) {
             T* channel = inputBuffer<T>(effect, c);
             for (int64_t i = 0; i < got; ++i) channel[i] = inFrames[static_cast<size_t>(i * ins + c)];
@@ -96,7 +104,7 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
         if (automation) automation->schedule(processed, length, effect.changes());
         effect.process(length);
 
-        const int64_t skip = std::max<int64_t>(0, std::min<int64_t>(length, latency - processed));
+        const int64_t skip = std::clamp<int64_t>(latency - processed, 0, length);
         const int64_t count = std::min<int64_t>(length - skip, total - written);
         for (int c = 0; c < outs; ++c) {
             const T* channel = outputBuffer<T>(effect, c) + skip;
@@ -117,10 +125,16 @@ void stream(Effect& effect, SoundReader& reader, SoundWriter& writer, const Auto
             sinceIdle = 0;
         }
         progress.update(written);
-        if (length <= 0) break;
     }
     effect.idle();
     result.frames = written;
+    result.damage = reader.damage();
+}
+
+std::string setting(const std::vector<std::string>& sets) {
+    std::string joined;
+    for (const std::string& set : sets) joined += (joined.empty() ? "--set " : ", --set ") + quoted(set);
+    return joined;
 }
 
 } // namespace
@@ -133,58 +147,105 @@ std::string dbfs(double level) {
 }
 
 SpeakerArrangement layoutOption(const std::string& text) {
+    std::vector<SpeakerArrangement> all;
+    for (const NamedLayout& layout : namedLayouts()) all.push_back(layout.mask);
     const auto mask = parseLayout(text);
     if (!mask)
-        throw UserError(
-            "unknown layout '" + text +
-            "' (use a name such as Stereo, 5.1, 7.1.4, 1st Order Ambisonics, or a hex mask such as 0x3F)");
+        throw UserError("unknown layout " + quoted(text) + "; layouts are " + layoutNames(all) +
+                        ", or a hex mask of speaker bits such as 0x3F");
+    if (*mask & ~kDefinedSpeakerBits)
+        throw UserError("layout " + quoted(text) + " holds speaker bits that the module does not define (" +
+                        hexMask(*mask & ~kDefinedSpeakerBits) + "); layouts are " + layoutNames(all) +
+                        ", or a hex mask of speaker bits within " + hexMask(kDefinedSpeakerBits));
     return *mask;
+}
+
+std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input) {
+    const SpeakerArrangement in = effect.inputArrangement();
+    const SpeakerArrangement out = effect.outputArrangement();
+    std::vector<SpeakerArrangement> accepted;
+    for (const NamedLayout& layout : namedLayouts()) {
+        const bool taken =
+            input ? effect.setArrangements(layout.mask, out) : effect.setArrangements(in, layout.mask);
+        if (taken && std::find(accepted.begin(), accepted.end(), layout.mask) == accepted.end())
+            accepted.push_back(layout.mask);
+    }
+    effect.setArrangements(in, out);
+    return accepted;
 }
 
 void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArrangement> out) {
     const SpeakerArrangement wantedOut = out ? *out : effect.outputArrangement();
     if (effect.setArrangements(in, wantedOut)) return;
     if (effect.inputArrangement() != in)
-        throw UserError(effect.name() + " does not take " + layoutName(in) + " as input (it offers " +
-                        layoutName(effect.inputArrangement()) + ")");
+        throw UserError(effect.name() + " does not take " + layoutName(in) + " as input; it takes " +
+                        layoutNames(acceptedLayouts(effect, true)));
     if (out && effect.outputArrangement() != *out)
         throw UserError(effect.name() + " does not give " + layoutName(*out) + " from " + layoutName(in) +
-                        " (it offers " + layoutName(effect.outputArrangement()) + ")");
+                        "; from " + layoutName(in) + " it gives " +
+                        layoutNames(acceptedLayouts(effect, false)));
 }
 
-void applySettings(Effect& effect, const std::vector<std::string>& sets) {
-    for (const std::string& set : sets) {
-        const size_t eq = set.find('=');
-        if (eq == std::string::npos || eq == 0) throw UserError("--set takes PARAM=VALUE, not '" + set + "'");
-        const Effect::Param& param = effect.findParam(set.substr(0, eq));
-        effect.setParameter(param.info.id, effect.parseValue(param, set.substr(eq + 1)));
-    }
-    effect.flushParameters();
+void applySettings(Effect& effect, const std::vector<std::string>& sets,
+                   std::optional<SpeakerArrangement> out) {
+    const SpeakerArrangement inBefore = effect.inputArrangement();
+    const SpeakerArrangement outBefore = effect.outputArrangement();
+    auto applyAll = [&] {
+        for (const std::string& set : sets) {
+            const size_t eq = set.find('=');
+            if (eq == std::string::npos || eq == 0)
+                throw UserError("--set takes PARAM=VALUE, not " + quoted(set));
+            const Param& param = effect.findParam(set.substr(0, eq));
+            effect.setParameter(param.info.id, effect.values().parse(param, set.substr(eq + 1)));
+        }
+    };
+    applyAll();
+    if (effect.inputArrangement() == inBefore && effect.outputArrangement() == outBefore) return;
+    // A new arrangement puts the effect's levels back to their defaults for
+    // it: the other settings are made again on top.
+    applyAll();
+    if (out && effect.outputArrangement() != *out)
+        throw UserError(setting(sets) + " gives the output " + layoutName(effect.outputArrangement()) +
+                        ", but --out-layout asks for " + layoutName(*out));
 }
 
 RenderResult render(ModuleSession& session, const RenderRequest& request) {
     // What can be checked without the effect comes first.
     const EffectClass effectClass = session.findEffect(request.effect);
-    SoundReader reader(request.input);
+    std::optional<SpeakerArrangement> inOption, out;
+    if (!request.inLayout.empty()) inOption = layoutOption(request.inLayout);
+    if (!request.outLayout.empty()) out = layoutOption(request.outLayout);
+    std::vector<FileRole> roles = {{"in", request.input, false, "audio"},
+                                   {"out", request.output, true, "audio"}};
+    if (!request.stateIn.empty()) roles.push_back({"state-in", request.stateIn, false, "state"});
+    if (!request.stateOut.empty()) roles.push_back({"state-out", request.stateOut, true, "state"});
+    if (!request.automation.empty()) roles.push_back({"automation", request.automation, false, "automation"});
+    checkDistinctFiles(roles);
+    if (request.output == "-" && isatty(STDOUT_FILENO))
+        throw UserError(
+            "standard output is a terminal; redirect it to a file or a pipe to write audio there");
 
+    SoundReader reader(request.input);
     SpeakerArrangement in = 0;
-    if (!request.inLayout.empty()) {
-        in = layoutOption(request.inLayout);
+    if (inOption) {
+        in = *inOption;
     } else if (auto fromFile = reader.layout(); fromFile && channelsOf(*fromFile) == reader.channels()) {
         in = *fromFile;
     } else if (auto usual = defaultLayoutForChannels(reader.channels())) {
         in = *usual;
     } else {
         throw UserError("can't tell the layout of the " + std::to_string(reader.channels()) +
-                        " channels in " + request.input + "; name it with --in-layout");
+                        " channels in " + shown(request.input) + "; name it with --in-layout");
     }
     if (channelsOf(in) != reader.channels())
-        throw UserError(request.input + " has " + std::to_string(reader.channels()) + " channels, but " +
-                        layoutName(in) + " has " + std::to_string(channelsOf(in)));
-    std::optional<SpeakerArrangement> out;
-    if (!request.outLayout.empty()) out = layoutOption(request.outLayout);
-
-    PendingFile{request.output}; // fails now when the output can't be written
+        throw UserError(shown(request.input) + " has " + std::to_string(reader.channels()) +
+                        " channels, but " + layoutName(in) + " has " + std::to_string(channelsOf(in)));
+    std::vector<uint8_t> state;
+    if (!request.stateIn.empty()) state = readSmallFile(request.stateIn, "state file", kMaxSmallFileBytes);
+    // Open the outputs before any work: an unwritable one fails at once.
+    OutputFile audio(request.output);
+    std::optional<OutputFile> stateFile;
+    if (!request.stateOut.empty()) stateFile.emplace(request.stateOut);
 
     Effect effect(session, effectClass);
     if (request.stateIn.empty()) {
@@ -193,53 +254,66 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
         // As a workstation reopening a project: the buses are set up first,
         // then the effect gets its state. A state may carry its own output
         // layout, so a first instance tells which one that is.
-        const std::vector<uint8_t> state = readWholeFile(request.stateIn);
-        if (!out) {
+        auto load = [&](Effect& target) {
+            try {
+                target.loadState(state);
+            } catch (const UserError& error) {
+                throw UserError(shown(request.stateIn) + ": " + error.what());
+            }
+        };
+        std::optional<SpeakerArrangement> stateOut = out;
+        if (!stateOut) {
             Effect probe(session, effectClass);
             negotiate(probe, in, std::nullopt);
-            probe.loadState(state);
-            out = probe.outputArrangement();
+            load(probe);
+            stateOut = probe.outputArrangement();
         }
-        negotiate(effect, in, out);
-        effect.loadState(state);
-        if (effect.outputArrangement() != *out || effect.inputArrangement() != in)
-            throw UserError("the state in " + request.stateIn + " sets up " +
+        negotiate(effect, in, stateOut);
+        load(effect);
+        if (effect.outputArrangement() != *stateOut || effect.inputArrangement() != in)
+            throw UserError("the state in " + shown(request.stateIn) + " sets up " +
                             layoutName(effect.inputArrangement()) + " -> " +
                             layoutName(effect.outputArrangement()) + ", not " + layoutName(in) + " -> " +
-                            layoutName(*out));
+                            layoutName(*stateOut));
     }
+    applySettings(effect, request.sets, out);
 
     std::optional<Automation> automation;
     if (!request.automation.empty())
-        automation = Automation::load(request.automation, effect, reader.sampleRate());
-    // Open the outputs first: an unwritable one fails before any work.
-    std::optional<PendingFile> state;
-    if (!request.stateOut.empty()) state.emplace(request.stateOut);
+        automation =
+            Automation::load(request.automation, reader.sampleRate(),
+                             [&effect](const std::string& name, const std::string& value) {
+                                 const Param& param = effect.findParam(name);
+                                 return std::pair{param.info.id, effect.values().parse(param, value)};
+                             });
     RenderResult result;
     result.in = effect.inputArrangement();
     result.out = effect.outputArrangement();
     result.sampleRate = reader.sampleRate();
-    SoundWriter writer(request.output, result.out, reader.sampleRate(), request.doublePrecision,
-                       reader.frames());
+    WavWriter writer(audio, result.out, reader.sampleRate(), request.doublePrecision);
 
     if (request.captureMatrix) effect.requestGainMatrix();
     effect.start(reader.sampleRate(), request.block, request.doublePrecision);
-    applySettings(effect, request.sets);
-    if (automation) automation->setStartValues(effect);
+    effect.flushParameters();
+    if (automation)
+        automation->setStartValues([&effect](Plx::ParamID id) { return effect.parameterValue(id); });
     result.latency = effect.latency();
 
-    Progress progress(reader.frames(), request.quiet);
+    Progress progress(reader.declaredFrames().value_or(0), request.quiet);
     const Automation* lanes = automation ? &*automation : nullptr;
     if (request.doublePrecision)
-        stream<double>(effect, reader, writer, lanes, request.block, result, progress);
+        stream<double>(effect, reader, writer, lanes, request, result, progress);
     else
-        stream<float>(effect, reader, writer, lanes, request.block, result, progress);
+        stream<float>(effect, reader, writer, lanes, request, result, progress);
     effect.stop();
     result.matrix = effect.gainMatrix();
 
-    if (state) state->writeAll(effect.saveState());
+    if (stateFile) {
+        const std::vector<uint8_t> saved = effect.saveState();
+        stateFile->write(saved.data(), saved.size());
+    }
     writer.commit();
-    if (state) state->commit();
+    if (stateFile) stateFile->commit();
     return result;
 }
 

@@ -23,6 +23,7 @@ struct RenderRequest {
     std::string stateIn;
     std::string stateOut;
     bool quiet = false;
+    bool allowShort = false;    // keep what a damaged or short input holds, with a warning
     bool captureMatrix = false; // ask for the gain matrix while rendering
 };
 
@@ -37,18 +38,29 @@ struct RenderResult {
     int64_t frames = 0;
     int sampleRate = 0;
     uint32_t latency = 0;
-    std::vector<ChannelLevel> levels; // per output channel
-    std::vector<float> matrix;        // when captured and published
+    std::vector<ChannelLevel> levels;  // per output channel
+    std::vector<float> matrix;         // when captured and published
+    std::optional<std::string> damage; // what was wrong with the input, when allowed
 };
 
 RenderResult render(ModuleSession& session, const RenderRequest& request);
 
-// Applies "PARAM=VALUE" settings to a started effect.
-void applySettings(Effect& effect, const std::vector<std::string>& sets);
-// Resolves a layout option; UserError for an unknown name.
+// Applies "PARAM=VALUE" settings to an effect that is set up but not started,
+// as a user would in its editor; they reach the processor with its first
+// block. A setting may change the bus arrangements, as the converter's
+// "Output Arrangement" does: the effect asks for them, and they are in place
+// on return. UserError when `out` is given and the settings contradict it.
+void applySettings(Effect& effect, const std::vector<std::string>& sets,
+                   std::optional<Plx::SpeakerArrangement> out);
+// Resolves a layout option; UserError for an unknown name or for speaker bits
+// that the module does not define.
 Plx::SpeakerArrangement layoutOption(const std::string& text);
-// Sets the arrangements, or says in one line why the effect won't take them.
+// Sets the arrangements, or says in one line why the effect won't take them
+// and which layouts it takes instead.
 void negotiate(Effect& effect, Plx::SpeakerArrangement in, std::optional<Plx::SpeakerArrangement> out);
+// The named layouts that the effect takes on one side while the other side
+// keeps its present arrangement.
+std::vector<Plx::SpeakerArrangement> acceptedLayouts(Effect& effect, bool input);
 
 // dBFS of a linear level; -inf shown for silence.
 std::string dbfs(double level);

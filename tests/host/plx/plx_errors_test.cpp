@@ -74,7 +74,7 @@ TEST(PlxErrors, EachMistakeGetsOneLineAndLeavesNoFileBehind) {
         {with({"--set", "Loudness=3"}), "unknown parameter 'Loudness'", true},
         {with({"--set", "Center Level=+40"}), "out of range", true},
         {with({"--set", "Center Level=1.5n"}), "out of range", true},
-        {with({"--set", "Low Pass Filter=maybe"}), "out of range", true},
+        {with({"--set", "Low Pass Filter=maybe"}), "is not one it takes: 0 | 1", true},
         {with({"--set", "Center Level"}), "--set takes PARAM=VALUE", true},
         {with({"--automation", automation}), "bad.auto:3: bad time 'soon'", true},
         {with({"--state-in", text}), "not a plx state file", true},
