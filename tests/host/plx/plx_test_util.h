@@ -65,10 +65,12 @@ public:
     fs::path path;
 };
 
-// Runs plx with `args`; stdout and stderr are captured through files.
-inline PlxRun plx(const std::vector<std::string>& args) {
+// Runs plx with `args`; stdout and stderr are captured through files. A
+// shell `prefix` may set limits or feed standard input ("ulimit -f 8;",
+// "cat in.wav |").
+inline PlxRun plx(const std::vector<std::string>& args, const std::string& prefix = "") {
     static TempDir capture;
-    std::string command = quote(PLX_CLI_PATH);
+    std::string command = prefix + " " + quote(PLX_CLI_PATH);
     for (const std::string& arg : args) {
         command.push_back(' ');
         command.append(quote(arg));
@@ -131,6 +133,25 @@ inline Audio readAudio(const fs::path& path) {
         audio.channelMap = map;
     sf_close(file);
     return audio;
+}
+
+// The dwChannelMask of a WAVE_FORMAT_EXTENSIBLE file's fmt chunk; -1 when
+// the file has no such chunk.
+inline int64_t wavChannelMask(const fs::path& path) {
+    const std::string bytes = readText(path);
+    auto u32 = [&](size_t at) {
+        uint32_t v = 0;
+        for (int i = 3; i >= 0; --i) v = v << 8 | static_cast<uint8_t>(bytes[at + static_cast<size_t>(i)]);
+        return v;
+    };
+    for (size_t at = 12; at + 8 <= bytes.size();) {
+        const uint32_t size = u32(at + 4);
+        if (bytes.compare(at, 4, "fmt ") == 0 && size >= 24 && at + 8 + 24 <= bytes.size() &&
+            static_cast<uint8_t>(bytes[at + 8]) == 0xFE && static_cast<uint8_t>(bytes[at + 9]) == 0xFF)
+            return u32(at + 8 + 20);
+        at += 8 + size + (size & 1);
+    }
+    return -1;
 }
 
 // Whether the module can create MixMorph yet; tests that render need it.
