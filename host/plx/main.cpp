@@ -73,7 +73,7 @@ void printUsage(FILE* to) {
     std::fputs("usage: plx [--module FILE] COMMAND [options]\n       plx COMMAND --help\n\n", to);
     for (const Command& command : kCommands) {
         const std::string usage = command.usage;
-        std::fprintf(to, "  %s\n", usage.substr(4, usage.find('\n') - 4).c_str());
+        std::fprintf(to, "  %s\n", usage.substr(0, usage.find('\n')).c_str());
     }
     std::fprintf(to, "\n%s", kCommon);
 }

@@ -151,7 +151,7 @@ TEST(PlxOutput, FailuresAndClashesLeaveEveryFileAsItWas) {
         plx(renderTo(in, (dir / "second.wav").string(), {"--state-in", state, "--state-out", state}));
     EXPECT_EQ(inPlace.status, 0) << inPlace.err;
 
-    EXPECT_EQ(readText(out), "earlier result");
+    EXPECT_TRUE(readText(out) == "earlier result");
     EXPECT_EQ(readAudio(in).frames, 48000);
     std::set<std::string> after = before;
     after.insert({"first.wav", "second.wav", "mix.state"});
