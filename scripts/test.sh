@@ -24,16 +24,22 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 build_and_test build/asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
   -DPLX_SANITIZE=ON -DPLX_BUILD_BENCH=OFF
 
-# The libFuzzer target of the mix state reader, when clang is present.
+# The libFuzzer targets of the mix state reader and of plx's automation-file
+# parser, when clang is present.
+fuzz() {
+  local target=$1; shift
+  local corpus
+  corpus=$(mktemp -d)
+  if ! build/fuzz/"$target" -runs=100000 -max_len=1024 "$@" "$corpus/" >"$corpus.log" 2>&1; then
+    tail -n 60 "$corpus.log"; rm -rf "$corpus" "$corpus.log"; exit 1
+  fi
+  grep -E '^Done' "$corpus.log"; rm -rf "$corpus" "$corpus.log"
+}
 if command -v clang++ >/dev/null 2>&1; then
-  echo "== libFuzzer: mix state reader"
+  echo "== libFuzzer: mix state reader, automation files"
   CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Release -DPLX_FUZZ=ON \
     -DPLX_BUILD_TESTS=OFF -DPLX_BUILD_BENCH=OFF
-  cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer
-  corpus=$(mktemp -d)
-  trap 'rm -rf "$corpus"' EXIT
-  if ! build/fuzz/mix_state_fuzzer -runs=100000 -max_len=1024 "$corpus/" >"$corpus.log" 2>&1; then
-    tail -n 60 "$corpus.log"; rm -f "$corpus.log"; exit 1
-  fi
-  grep -E '^Done' "$corpus.log"; rm -f "$corpus.log"
+  cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer automation_fuzzer
+  fuzz mix_state_fuzzer
+  fuzz automation_fuzzer -dict=tests/fuzz/automation.dict
 fi

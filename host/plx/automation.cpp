@@ -109,14 +109,15 @@ Automation Automation::parse(const std::string& text, const std::string& source,
             throw UserError(where + "bad time " + quoted(f[0]) +
                             " (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
         try {
-            const auto [id, value] = resolve(f[1], f[2]);
+            const std::pair<Plx::ParamID, double> resolved = resolve(f[1], f[2]);
+            const Plx::ParamID id = resolved.first;
             auto lane = std::find_if(automation.laneList.begin(), automation.laneList.end(),
                                      [&](const Lane& l) { return l.id == id; });
             if (lane == automation.laneList.end()) {
                 automation.laneList.push_back({id, 0.0, {}});
                 lane = automation.laneList.end() - 1;
             }
-            lane->points.push_back({sample, value});
+            lane->points.push_back({sample, resolved.second});
         } catch (const UserError& error) {
             throw UserError(where + error.what());
         }
