@@ -188,22 +188,13 @@ void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArran
 
 void applySettings(Effect& effect, const std::vector<std::string>& sets,
                    std::optional<SpeakerArrangement> out) {
-    const SpeakerArrangement inBefore = effect.inputArrangement();
-    const SpeakerArrangement outBefore = effect.outputArrangement();
-    auto applyAll = [&] {
-        for (const std::string& set : sets) {
-            const size_t eq = set.find('=');
-            if (eq == std::string::npos || eq == 0)
-                throw UserError("--set takes PARAM=VALUE, not " + quoted(set));
-            const Param& param = effect.findParam(set.substr(0, eq));
-            effect.setParameter(param.info.id, effect.values().parse(param, set.substr(eq + 1)));
-        }
-    };
-    applyAll();
-    if (effect.inputArrangement() == inBefore && effect.outputArrangement() == outBefore) return;
-    // A new arrangement puts the effect's levels back to their defaults for
-    // it: the other settings are made again on top.
-    applyAll();
+    for (const std::string& set : sets) {
+        const size_t eq = set.find('=');
+        if (eq == std::string::npos || eq == 0)
+            throw UserError("--set takes PARAM=VALUE, not " + quoted(set));
+        const Param& param = effect.findParam(set.substr(0, eq));
+        effect.setParameter(param.info.id, effect.values().parse(param, set.substr(eq + 1)));
+    }
     if (out && effect.outputArrangement() != *out)
         throw UserError(setting(sets) + " gives the output " + layoutName(effect.outputArrangement()) +
                         ", but --out-layout asks for " + layoutName(*out));
