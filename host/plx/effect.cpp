@@ -58,11 +58,11 @@ std::string defaultModulePath() {
 ModuleSession::ModuleSession(const std::string& path) {
     struct stat info {};
     if (stat(path.c_str(), &info) != 0)
-        throw UserError("module file " + path + " not found (build it, or pick one with --module)");
+        throw UserError("module file " + shown(path) + " not found (build it, or pick one with --module)");
     std::string why;
     loaded = Module::load(path, &why);
-    if (!loaded) throw UserError("cannot load module " + path + ": " + why);
-    if (!loaded->factory()) throw UserError("module " + path + " offers no class factory");
+    if (!loaded) throw UserError("cannot load module " + shown(path) + ": " + why);
+    if (!loaded->factory()) throw UserError("module " + shown(path) + " offers no class factory");
     hostApp = IPtr<HostApplication>::adopt(HostApplication::create());
 }
 
