@@ -60,13 +60,16 @@ int32_t AmbiSpeakerAlgo<T>::init() {
     if (result != AmbiAlgo<T>::kInitDone) return result;
     lfeFilter.reset(new (std::nothrow) DSP::WideFrame::FilterFade<T>(
         this->sampleRate, int32_t(this->frameCapacity), kLfeFadeMs, 1));
-    if (lfeFilter) {
-        lfeFilter->init();
-        lfeFilter->reset();
-        lfeFilter->setFilterOff(false);
-        lfeFilter->setFilter(0, kLfeCutoffHz, kLfeQuality);
-    }
+    const bool filterMade = lfeFilter && lfeFilter->init() == 0;
     Detail::allocateChannelArray(rotated, this->inputChannels, this->frameCapacity);
+    // Only a failed allocation stops us here: stay silent rather than run half-built.
+    if (!filterMade || rotated == nullptr) {
+        freeBuffers();
+        return AmbiAlgo<T>::kInitRefused;
+    }
+    lfeFilter->reset();
+    lfeFilter->setFilterOff(false);
+    lfeFilter->setFilter(0, kLfeCutoffHz, kLfeQuality);
     return result;
 }
 

@@ -7,7 +7,7 @@
 #include "ambi/speaker_directions.h"
 #include "dsp/tool/math/spherical_harmonics.h"
 #include "frame/speaker_arrangement.h"
-#include "tests/support/random_signal.h"
+#include "tests/ambi/planar_block.h"
 #include "tests/support/rt_guard.h"
 
 #include <gtest/gtest.h>
@@ -40,18 +40,6 @@ const char* nameOf(Plx::SpeakerArrangement arrangement) {
     return Plx::speakerArrangementName(arrangement, false);
 }
 
-template <class T>
-struct Planar {
-    Planar(uint32_t channels, uint32_t frames)
-        : data(channels, std::vector<T>(frames, T(0))), ptrs(channels) {}
-    T** p() {
-        for (size_t c = 0; c < data.size(); ++c) ptrs[c] = data[c].data();
-        return ptrs.data();
-    }
-    std::vector<std::vector<T>> data;
-    std::vector<T*> ptrs;
-};
-
 // A decoder configured the way the processor does it.
 template <class T>
 struct Decoder {
@@ -66,8 +54,8 @@ struct Decoder {
         initResult = algo.init();
         algo.reset();
     }
-    Planar<T> run(Planar<T>& in, uint32_t frames) {
-        Planar<T> out(outputs, frames);
+    PlanarBlock<T> run(PlanarBlock<T>& in, uint32_t frames) {
+        PlanarBlock<T> out(outputs, frames);
         for (auto& ch : out.data) std::fill(ch.begin(), ch.end(), T(7)); // what was there before
         algo.processBlock(in.p(), out.p(), frames);
         return out;
@@ -80,19 +68,12 @@ struct Decoder {
 
 // A plane wave from (azimuth, elevation) carrying s, encoded with the module's harmonics.
 template <class T>
-Planar<T> planeWave(double azimuth, double elevation, int32_t order, const std::vector<T>& s) {
+PlanarBlock<T> planeWave(double azimuth, double elevation, int32_t order, const std::vector<T>& s) {
     double y[16];
     Math::sn3dHarmonics(azimuth, elevation, y, channelsOf(order));
-    Planar<T> b(channelsOf(order), uint32_t(s.size()));
+    PlanarBlock<T> b(channelsOf(order), uint32_t(s.size()));
     for (uint32_t c = 0; c < channelsOf(order); ++c)
         for (size_t f = 0; f < s.size(); ++f) b.data[c][f] = T(y[c] * double(s[f]));
-    return b;
-}
-
-template <class T>
-Planar<T> randomPlanar(uint32_t channels, uint32_t frames, unsigned seed) {
-    Planar<T> b(channels, frames);
-    for (uint32_t c = 0; c < channels; ++c) b.data[c] = randomVector<T>(frames, seed + 17 * c);
     return b;
 }
 
@@ -190,7 +171,7 @@ TEST(AmbiSpeakerAlgo, EnergyStaysEvenAndPointsAtTheSource) {
 TEST(AmbiSpeakerAlgo, StereoPlaysWAndYOnlyAndMonoPlaysW) {
     const uint32_t frames = 300;
     for (int32_t order = 1; order <= 3; ++order) {
-        auto in = randomPlanar<double>(channelsOf(order), frames, 11);
+        auto in = randomBlock<double>(channelsOf(order), frames, 11);
         Decoder<double> stereo(order, Layout::kStereo, frames);
         Decoder<double> mono(order, Layout::kMono, frames);
         auto lr = stereo.run(in, frames);
@@ -206,8 +187,8 @@ TEST(AmbiSpeakerAlgo, StereoPlaysWAndYOnlyAndMonoPlaysW) {
 
 TEST(AmbiSpeakerAlgo, FloatAndDoubleDecodeAlikeAndSplitBlocksMatchWholeOnes) {
     const uint32_t frames = 480;
-    auto in64 = randomPlanar<double>(16, frames, 5);
-    Planar<float> in32(16, frames);
+    auto in64 = randomBlock<double>(16, frames, 5);
+    PlanarBlock<float> in32(16, frames);
     for (uint32_t c = 0; c < 16; ++c)
         for (uint32_t f = 0; f < frames; ++f) in32.data[c][f] = float(in64.data[c][f]);
     Decoder<double> d64(3, Layout::k7_1_4, frames);
@@ -221,7 +202,7 @@ TEST(AmbiSpeakerAlgo, FloatAndDoubleDecodeAlikeAndSplitBlocksMatchWholeOnes) {
     auto out64 = d64.run(in64, frames);
     auto out32 = whole.run(in32, frames);
     // The same block in pieces of 100, 1 and 379 frames.
-    Planar<float> pieces(12, frames);
+    PlanarBlock<float> pieces(12, frames);
     for (uint32_t at : {0u, 100u, 101u}) {
         const uint32_t n = at == 0 ? 100 : at == 100 ? 1 : frames - 101;
         std::vector<float*> ip(16), op(12);
@@ -240,7 +221,7 @@ TEST(AmbiSpeakerAlgo, LfeCarriesTheSumOfTheSpeakersOnlyWithAGainAboveZero) {
     const uint32_t frames = 256;
     for (Plx::SpeakerArrangement arrangement : {Layout::k5_1, Layout::k7_1_4, Layout::k22_2}) {
         for (int32_t order = 1; order <= 3; ++order) {
-            auto in = randomPlanar<float>(channelsOf(order), frames, 21);
+            auto in = randomBlock<float>(channelsOf(order), frames, 21);
             Decoder<float> d(order, arrangement, frames);
             const int32_t lfe = channelOf(arrangement, Speaker::LFE);
             const int32_t lfe2 = (arrangement & Speaker::LFE2) ? channelOf(arrangement, Speaker::LFE2) : -1;
@@ -332,7 +313,7 @@ TEST(AmbiSpeakerAlgo, LfeLowPassSwitchesAtTheNextBlockAndSharesOneFilterBetweenL
 
 TEST(AmbiSpeakerAlgo, LayoutsWithoutLfeIgnoreTheLfeSettings) {
     const uint32_t frames = 200;
-    auto in = randomPlanar<float>(16, frames, 8);
+    auto in = randomBlock<float>(16, frames, 8);
     Decoder<float> plain(3, Layout::k7_0_2, frames), set(3, Layout::k7_0_2, frames);
     set.algo.setLfeGain(1.0);
     set.algo.setLfeLowPass(true);
@@ -343,7 +324,7 @@ TEST(AmbiSpeakerAlgo, LayoutsWithoutLfeIgnoreTheLfeSettings) {
 
 TEST(AmbiSpeakerAlgo, LayoutsAndOrdersWithoutATableGiveSilence) {
     const uint32_t frames = 64;
-    auto in = randomPlanar<float>(16, frames, 2);
+    auto in = randomBlock<float>(16, frames, 2);
     // No table for the arrangement, or for the order.
     for (auto [order, arrangement] : {std::pair{3, Layout::k7_0_4}, std::pair{3, Layout::kAmbi3}}) {
         Decoder<float> d(order, arrangement, frames);
@@ -366,7 +347,7 @@ TEST(AmbiSpeakerAlgo, LayoutsAndOrdersWithoutATableGiveSilence) {
     // A table of another order than the input's: silence, not a read past the input.
     Decoder<float> d(1, Layout::k5_1, frames);
     ASSERT_TRUE(d.algo.setSpeakerConf(3, Layout::k5_1));
-    auto in1 = randomPlanar<float>(4, frames, 2);
+    auto in1 = randomBlock<float>(4, frames, 2);
     auto out = d.run(in1, frames);
     for (const auto& ch : out.data)
         for (float v : ch) EXPECT_EQ(v, 0.0f);
@@ -395,12 +376,12 @@ TEST(AmbiSpeakerAlgo, LfeSettingsReachTheAlgorithmThroughItsInterface) {
 TEST(AmbiSpeakerAlgo, ProcessBlockAllocatesNothing) {
     if (!RtGuard::available()) GTEST_SKIP() << "allocation guard not available in this build";
     const uint32_t frames = 512;
-    auto in32 = randomPlanar<float>(16, frames, 1);
-    auto in64 = randomPlanar<double>(16, frames, 1);
+    auto in32 = randomBlock<float>(16, frames, 1);
+    auto in64 = randomBlock<double>(16, frames, 1);
     Decoder<float> d32(3, Layout::k22_2, frames);
     Decoder<double> d64(3, Layout::k22_2, frames);
-    Planar<float> out32(24, frames);
-    Planar<double> out64(24, frames);
+    PlanarBlock<float> out32(24, frames);
+    PlanarBlock<double> out64(24, frames);
     float** i32 = in32.p();
     double** i64 = in64.p();
     float** o32 = out32.p();
