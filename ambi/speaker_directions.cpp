@@ -16,6 +16,15 @@ constexpr std::array<Dir, 1> kMono = {{{M, 0, 0}}};
 // ITU-R BS.2051, system A (0+2+0): M+030, M-030.
 constexpr std::array<Dir, 2> kStereo = {{{L, 30, 0}, {R, -30, 0}}};
 
+// A layout as a bed followed by upper speakers of higher bits.
+template <size_t N, size_t M>
+constexpr std::array<Dir, N + M> join(const std::array<Dir, N>& bed, const std::array<Dir, M>& upper) {
+    std::array<Dir, N + M> all{};
+    for (size_t i = 0; i < N; ++i) all[i] = bed[i];
+    for (size_t i = 0; i < M; ++i) all[N + i] = upper[i];
+    return all;
+}
+
 // ITU-R BS.2051, system B (0+5+0, ITU-R BS.775): M+030, M-030, M+000, M+110, M-110.
 constexpr std::array<Dir, 5> k5_0 = {{{L, 30, 0}, {R, -30, 0}, {C, 0, 0}, {Ls, 110, 0}, {Rs, -110, 0}}};
 
@@ -26,55 +35,23 @@ constexpr std::array<Dir, 7> k7_0 = {
 
 // The bed of system I with the top side pair at the upper positions U+090 and
 // U-090 of ITU-R BS.2051 (as in system H), at the nominal upper elevation of 30.
-constexpr std::array<Dir, 9> k7_0_2 = {{{L, 30, 0},
-                                        {R, -30, 0},
-                                        {C, 0, 0},
-                                        {Ls, 135, 0},
-                                        {Rs, -135, 0},
-                                        {Sl, 90, 0},
-                                        {Sr, -90, 0},
-                                        {Tsl, 90, 30},
-                                        {Tsr, -90, 30}}};
+constexpr auto k7_0_2 = join(k7_0, std::array<Dir, 2>{{{Tsl, 90, 30}, {Tsr, -90, 30}}});
 
 // ITU-R BS.2051, system D (4+5+0): the bed of system B, and U+030, U-030,
 // U+110, U-110 at the nominal upper elevation of 30.
-constexpr std::array<Dir, 9> k5_0_4 = {{{L, 30, 0},
-                                        {R, -30, 0},
-                                        {C, 0, 0},
-                                        {Ls, 110, 0},
-                                        {Rs, -110, 0},
-                                        {Tfl, 30, 30},
-                                        {Tfr, -30, 30},
-                                        {Trl, 110, 30},
-                                        {Trr, -110, 30}}};
+constexpr auto k5_0_4 =
+    join(k5_0, std::array<Dir, 4>{{{Tfl, 30, 30}, {Tfr, -30, 30}, {Trl, 110, 30}, {Trr, -110, 30}}});
 
 // The published Auro-3D 10.1 layout: the 5.1 bed of ITU-R BS.775 (+-30, 0,
 // +-110), a height layer at 30 degrees above L, R, Ls and Rs, and the top
 // speaker overhead.
-constexpr std::array<Dir, 10> kAuro10 = {{{L, 30, 0},
-                                          {R, -30, 0},
-                                          {C, 0, 0},
-                                          {Ls, 110, 0},
-                                          {Rs, -110, 0},
-                                          {Tc, 0, 90},
-                                          {Tfl, 30, 30},
-                                          {Tfr, -30, 30},
-                                          {Trl, 110, 30},
-                                          {Trr, -110, 30}}};
+constexpr auto kAuro10 = join(
+    k5_0, std::array<Dir, 5>{{{Tc, 0, 90}, {Tfl, 30, 30}, {Tfr, -30, 30}, {Trl, 110, 30}, {Trr, -110, 30}}});
 
 // ITU-R BS.2051, system J (4+7+0): the bed of system I, and U+045, U-045,
 // U+135, U-135 at the nominal upper elevation of 30.
-constexpr std::array<Dir, 11> k7_0_4 = {{{L, 30, 0},
-                                         {R, -30, 0},
-                                         {C, 0, 0},
-                                         {Ls, 135, 0},
-                                         {Rs, -135, 0},
-                                         {Sl, 90, 0},
-                                         {Sr, -90, 0},
-                                         {Tfl, 45, 30},
-                                         {Tfr, -45, 30},
-                                         {Trl, 135, 30},
-                                         {Trr, -135, 30}}};
+constexpr auto k7_0_4 =
+    join(k7_0, std::array<Dir, 4>{{{Tfl, 45, 30}, {Tfr, -45, 30}, {Trl, 135, 30}, {Trr, -135, 30}}});
 
 // ITU-R BS.2051, system H (9+10+3, 22.2): middle layer FL M+060, FR M-060,
 // FC M+000, BL M+135, BR M-135, FLc M+030, FRc M-030, BC M180, SiL M+090,
