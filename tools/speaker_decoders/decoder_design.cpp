@@ -334,7 +334,6 @@ constexpr double kHold = 1e-3;
 
 struct Refinement {
     const std::vector<Direction>& speakers;
-    int order;
     size_t channels;
     std::vector<std::vector<double>> harmonics; // per grid point
     std::vector<Vec3> directions;               // per grid point
@@ -471,7 +470,7 @@ std::vector<double> mirrored(const std::vector<double>& decoder, const std::vect
 std::vector<double> refineDecoder(const std::vector<double>& decoder, const std::vector<Direction>& speakers,
                                   int order, const std::vector<GridPoint>& grid) {
     const size_t channels = size_t(channelsOf(order));
-    Refinement problem{speakers, order, channels, {}, {}, {}, {}, {}, {}};
+    Refinement problem{speakers, channels, {}, {}, {}, {}, {}, {}};
     double total = 0;
     for (const auto& point : grid) total += point.weight;
     for (const auto& point : grid) {
