@@ -148,7 +148,7 @@ TEST(AmbiSpeakerAlgo, EnergyStaysEvenAndPointsAtTheSource) {
                     }
                     const double length = std::sqrt(re[0] * re[0] + re[1] * re[1] + re[2] * re[2]);
                     const double cosine = (re[0] * u[0] + re[1] * u[1] + re[2] * u[2]) / length;
-                    const double w = std::cos(el * std::numbers::pi / 180) + (el == 90 ? 0.01 : 0.0);
+                    const double w = std::cos(el * std::numbers::pi / 180); // area weight
                     angleSum += w * std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / std::numbers::pi;
                     meanEnergy[order] += w * energy;
                     weightSum += w;
