@@ -329,7 +329,7 @@ namespace {
 // V = sum g^2 u_s, its part along the source r = V.u and across it T = V - r u.
 //   w (E - 1)^2 + kAcross w |T|^2 + kAlong w (E - r)^2, plus kHold |D - D0|^2.
 constexpr double kAcross = 4.0;
-constexpr double kAlong = 0.25;
+constexpr double kAlong = 0.5;
 constexpr double kHold = 1e-3;
 
 struct Refinement {
