@@ -38,7 +38,15 @@ Block input() {
     return in;
 }
 
-void report(benchmark::State& state) {
+// Times `decode(in, out)` on one block of order-3 input into the layout's channels.
+template <class Decode>
+void timeBlocks(benchmark::State& state, uint32_t outputs, Decode decode) {
+    Block in = input(), out(outputs);
+    for (auto _ : state) {
+        decode(in, out);
+        benchmark::DoNotOptimize(out.data.data());
+        benchmark::ClobberMemory();
+    }
     state.counters["block"] = benchmark::Counter(
         kBlockSeconds, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
@@ -56,73 +64,35 @@ void processBlock(benchmark::State& state, Plx::SpeakerArrangement arrangement, 
     algo.reset();
     algo.setLfeGain(lfe ? 0.5 : 0.0);
     algo.setLfeLowPass(lfe);
-    Block in = input(), out(outputs);
-    for (auto _ : state) {
-        algo.processBlock(in.ptrs.data(), out.ptrs.data(), kFrames);
-        benchmark::DoNotOptimize(out.data.data());
-        benchmark::ClobberMemory();
-    }
-    report(state);
+    timeBlocks(state, outputs,
+               [&](Block& in, Block& out) { algo.processBlock(in.ptrs.data(), out.ptrs.data(), kFrames); });
 }
 
 void product(benchmark::State& state, Plx::SpeakerArrangement arrangement) {
     const uint32_t outputs = uint32_t(Plx::channelCount(arrangement));
     const float* matrix = findSpeakerDecoder(3, arrangement);
-    Block in = input(), out(outputs);
-    for (auto _ : state) {
+    timeBlocks(state, outputs, [&](Block& in, Block& out) {
         decodeFrames(matrix, outputs, kChannels, in.ptrs.data(), out.ptrs.data(), kFrames);
-        benchmark::DoNotOptimize(out.data.data());
-        benchmark::ClobberMemory();
-    }
-    report(state);
+    });
 }
 
 void sgemm(benchmark::State& state, Plx::SpeakerArrangement arrangement) {
     const uint32_t outputs = uint32_t(Plx::channelCount(arrangement));
     const float* matrix = findSpeakerDecoder(3, arrangement);
-    Block in = input(), out(outputs);
-    for (auto _ : state) {
+    timeBlocks(state, outputs, [&](Block& in, Block& out) {
         cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, int(outputs), int(kFrames), int(kChannels),
                     1.0f, matrix, int(kChannels), in.data.data(), int(kFrames), 0.0f, out.data.data(),
                     int(kFrames));
-        benchmark::DoNotOptimize(out.data.data());
-        benchmark::ClobberMemory();
-    }
-    report(state);
-}
-
-void BM_ProcessBlock_7_1_4(benchmark::State& s) {
-    processBlock(s, Plx::Layout::k7_1_4, false);
-}
-void BM_ProcessBlockLfe_7_1_4(benchmark::State& s) {
-    processBlock(s, Plx::Layout::k7_1_4, true);
-}
-void BM_Product_7_1_4(benchmark::State& s) {
-    product(s, Plx::Layout::k7_1_4);
-}
-void BM_Sgemm_7_1_4(benchmark::State& s) {
-    sgemm(s, Plx::Layout::k7_1_4);
-}
-void BM_ProcessBlock_22_2(benchmark::State& s) {
-    processBlock(s, Plx::Layout::k22_2, false);
-}
-void BM_ProcessBlockLfe_22_2(benchmark::State& s) {
-    processBlock(s, Plx::Layout::k22_2, true);
-}
-void BM_Product_22_2(benchmark::State& s) {
-    product(s, Plx::Layout::k22_2);
-}
-void BM_Sgemm_22_2(benchmark::State& s) {
-    sgemm(s, Plx::Layout::k22_2);
+    });
 }
 
 } // namespace
 
-BENCHMARK(BM_ProcessBlock_7_1_4);
-BENCHMARK(BM_ProcessBlockLfe_7_1_4);
-BENCHMARK(BM_Product_7_1_4);
-BENCHMARK(BM_Sgemm_7_1_4);
-BENCHMARK(BM_ProcessBlock_22_2);
-BENCHMARK(BM_ProcessBlockLfe_22_2);
-BENCHMARK(BM_Product_22_2);
-BENCHMARK(BM_Sgemm_22_2);
+BENCHMARK_CAPTURE(processBlock, 7_1_4, Plx::Layout::k7_1_4, false);
+BENCHMARK_CAPTURE(processBlock, 7_1_4_lfe, Plx::Layout::k7_1_4, true);
+BENCHMARK_CAPTURE(product, 7_1_4, Plx::Layout::k7_1_4);
+BENCHMARK_CAPTURE(sgemm, 7_1_4, Plx::Layout::k7_1_4);
+BENCHMARK_CAPTURE(processBlock, 22_2, Plx::Layout::k22_2, false);
+BENCHMARK_CAPTURE(processBlock, 22_2_lfe, Plx::Layout::k22_2, true);
+BENCHMARK_CAPTURE(product, 22_2, Plx::Layout::k22_2);
+BENCHMARK_CAPTURE(sgemm, 22_2, Plx::Layout::k22_2);
