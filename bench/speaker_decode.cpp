@@ -71,7 +71,7 @@ void processBlock(benchmark::State& state, Plx::SpeakerArrangement arrangement, 
 void product(benchmark::State& state, Plx::SpeakerArrangement arrangement) {
     const uint32_t outputs = uint32_t(Plx::channelCount(arrangement));
     const float* matrix = findSpeakerDecoder(3, arrangement);
-    timeBlocks(state, outputs, [&](Block& in, Block& out) {
+    timeBlocks(state, outputs, [matrix, outputs](Block& in, Block& out) {
         decodeFrames(matrix, outputs, kChannels, in.ptrs.data(), out.ptrs.data(), kFrames);
     });
 }
@@ -79,7 +79,7 @@ void product(benchmark::State& state, Plx::SpeakerArrangement arrangement) {
 void sgemm(benchmark::State& state, Plx::SpeakerArrangement arrangement) {
     const uint32_t outputs = uint32_t(Plx::channelCount(arrangement));
     const float* matrix = findSpeakerDecoder(3, arrangement);
-    timeBlocks(state, outputs, [&](Block& in, Block& out) {
+    timeBlocks(state, outputs, [matrix, outputs](Block& in, Block& out) {
         cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, int(outputs), int(kFrames), int(kChannels),
                     1.0f, matrix, int(kChannels), in.data.data(), int(kFrames), 0.0f, out.data.data(),
                     int(kFrames));
