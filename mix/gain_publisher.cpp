@@ -3,11 +3,9 @@
 #include <cmath>
 #include <cstring>
 
-namespace Tannhofen::Mix {
+#include "mix/tolerance.h"
 
-namespace {
-constexpr float kFlagTolerance = 1.1920929e-07f;
-}
+namespace Tannhofen::Mix {
 
 void GainPublisher::allocate(int32_t rows, int32_t cols) {
     buffers[0].allocate(rows, cols);

@@ -41,7 +41,6 @@ public:
 
     // The milliseconds of one slice of an audio block.
     static constexpr double kSliceMs = 5.34;
-    static constexpr float kGainTolerance = 1.6e-06f;
     static constexpr int32 kMaxBusBits = 26;
 
     // The arrangement that stands in for one that the processor can't take.

@@ -11,20 +11,6 @@ namespace Tannhofen::Mix {
 using Plx::SpeakerArrangement;
 namespace Spk = Plx::Speaker;
 
-namespace {
-
-// Square root that treats the rounding residue below zero as zero.
-float rootOf(float v) {
-    return std::sqrt(std::max(v, 0.0f));
-}
-
-// sqrt(1 / n) * spread: the share of each of n items at a divergence `spread`.
-float divergenceShare(uint32_t n, float spread) {
-    return n > 0 ? std::sqrt(1.0f / static_cast<float>(n)) * spread : 0.0f;
-}
-
-} // namespace
-
 MMixerBaseModel::MMixerBaseModel() = default;
 
 MMixerBaseModel::~MMixerBaseModel() = default;
@@ -115,23 +101,11 @@ void MMixerBaseModel::clearMatrices() {
     fallback.release();
 }
 
-bool MMixerBaseModel::isFolding() const {
-    return false;
-}
-
-bool MMixerBaseModel::isSingleSpeaker(int32_t, int32_t, int32_t) const {
-    return false;
-}
-
-bool MMixerBaseModel::isCenterSource(float, float) const {
-    return false;
+PanOptions MMixerBaseModel::panOptions() const {
+    return {};
 }
 
 void MMixerBaseModel::adjustPoint(float&, float&, float&, float&, float&, float&, float&) const {}
-
-uint32_t MMixerBaseModel::foldChannels() const {
-    return inGrid.count(SpeakerGrid::kEar, SpeakerGrid::kFront);
-}
 
 void MMixerBaseModel::setDeferred(bool on) {
     if (on) {
@@ -189,28 +163,6 @@ void MMixerBaseModel::setSolo(int32_t index, bool on, SpeakerArrangement arrange
     }
 }
 
-MMixerBaseModel::Neighbours MMixerBaseModel::walkNeighbours(int32_t lo, int32_t hi, int32_t n,
-                                                            const uint8_t* muted) {
-    Neighbours nb;
-    for (int32_t k = 0; k < n; ++k) {
-        if (muted[k]) continue;
-        if (k <= lo || nb.lower < 0) nb.lower = k;
-        nb.upper = k;
-        if (k >= hi) break;
-    }
-    return nb;
-}
-
-MMixerBaseModel::Neighbours MMixerBaseModel::chooseNeighbours(float p, int32_t n, const uint8_t* muted) {
-    const float q = static_cast<float>(n - 1) * p;
-    const auto lo = static_cast<int32_t>(std::trunc(q));
-    const int32_t hi = lo == n - 1 ? lo : lo + 1;
-    Neighbours nb = walkNeighbours(lo, hi, n, muted);
-    if (nb.upper > nb.lower)
-        nb.blend = 2.0f * (q - static_cast<float>(nb.lower)) / static_cast<float>(nb.upper - nb.lower) - 1.0f;
-    return nb;
-}
-
 void MMixerBaseModel::buildChannelMap(std::vector<int32_t>& map, SpeakerArrangement mask,
                                       const SpeakerGrid& grid) {
     const auto size = static_cast<int32_t>(grid.mainCount() + grid.lfeCount());
@@ -251,36 +203,42 @@ void MMixerBaseModel::recomputeMutes() {
 void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
                                float y, float z, bool flat) {
     if (!matrix.allocated || row < 0 || row >= matrix.rows) return;
-    if (inGrid.layers() == 2 && outGrid.layers() == 2) z = std::clamp(2.0f * z - 1.0f, 0.0f, 1.0f);
+    const PanOptions options = panOptions();
     const float m = flat ? 0.0f : divergenceShare(activeLayers, heightDivergence);
 
     float top = 1.0f, side = 1.0f, rear = 1.0f, bottom = 1.0f;
     adjustPoint(x, y, z, top, side, rear, bottom);
 
+    // Over an output of two layers the point's height runs from the lower row
+    // to the upper one, so that a point at the height of a row lands on that
+    // row whatever layers the input has: 22.2's ear speakers stay on 7.1.4's
+    // ear layer. Points below the lower row or above the upper one stay on it.
     const auto layers = static_cast<int32_t>(outGrid.layers());
+    if (layers == 2) {
+        const float zLow = SpeakerGrid::heightOf(outGrid.rowOfLayer(0));
+        const float zHigh = SpeakerGrid::heightOf(outGrid.rowOfLayer(1));
+        z = std::clamp((z - zLow) / (zHigh - zLow), 0.0f, 1.0f);
+    }
     const Neighbours nb = chooseNeighbours(z, layers, layerMuted.data());
-    const float f = nb.blend;
-    const float A = 1.0f - (static_cast<float>(activeLayers) - 2.0f) * m * m;
-    const float D = std::sqrt(A / 2.0f) - m;
-    const float gUp = (1.0f + f) * D + m;
-    const float gLow = (1.0f - f) * D + m;
+    const PairGains g = pairGains(nb.blend, m, activeLayers);
 
     int32_t counter = 0;
     for (int32_t l = 0; l < layers; ++l) {
         float gain;
         if (l == nb.lower)
-            gain = f < 0.0f ? rootOf(A - gUp * gUp) : gLow;
+            gain = g.lower;
         else if (l == nb.upper)
-            gain = f > 0.0f ? rootOf(A - gLow * gLow) : gUp;
+            gain = g.upper;
         else
-            gain = layerMuted[static_cast<size_t>(l)] ? 0.0f : m;
+            gain = layerMuted[static_cast<size_t>(l)] ? 0.0f : g.other;
         panLayer(matrix, row, outMap, x, y, rear * side * top * bottom * gain, flat, counter,
-                 static_cast<uint32_t>(l));
+                 static_cast<uint32_t>(l), options);
     }
 }
 
 void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
-                               float y, float level, bool flat, int32_t& counter, uint32_t layer) {
+                               float y, float level, bool flat, int32_t& counter, uint32_t layer,
+                               const PanOptions& options) {
     const uint32_t zones = outGrid.zonesOfLayer(layer);
     float* out = matrix.row(row);
     auto silence = [&](uint32_t zone) {
@@ -296,19 +254,17 @@ void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector
     const uint32_t n = activeZones[layer];
     const float m = flat ? 0.0f : divergenceShare(n, depthDivergence);
     const Neighbours nb = chooseNeighbours(y, static_cast<int32_t>(zones), zoneMuted[layer].data());
-    const float fy = nb.blend;
-    const bool fold = isFolding();
+    const PairGains g = pairGains(nb.blend, m, n);
 
     float centerGain = 1.0f;
-    if (isCenterSource(x, y)) {
+    const bool atCenter = std::fabs(x - 0.5f) <= kFlagTolerance && std::fabs(y) <= kFlagTolerance;
+    if (options.centerSource && atCenter) {
+        // The input's centre takes the centre level; on an output without a
+        // front centre it plays from a pair, each at -3 dB already.
         centerGain = centerLvl;
         if (!outGrid.hasFrontCenter() && numOut + numOutLfe > 1) centerGain = centerGain / kSqrtHalf;
     }
 
-    const float others = (static_cast<float>(n) - 2.0f) * m * m;
-    const float D = std::sqrt((1.0f - others) / 2.0f) - m;
-    const float up = (fy + 1.0f) * D + m;
-    const float low = (1.0f - fy) * D + m;
     // With a folded input, every depth zone meets the output's one ring,
     // attenuated by the surround level to the power of its distance.
     uint32_t ringZone = 0;
@@ -317,30 +273,27 @@ void MMixerBaseModel::panLayer(MixMatrix& matrix, int32_t row, const std::vector
 
     for (uint32_t j = 0; j < zones; ++j) {
         float gain;
-        if (!fold) {
-            if (static_cast<int32_t>(j) == nb.lower)
-                gain = fy < 0.0f ? rootOf(1.0f - up * up - others) : low;
-            else if (static_cast<int32_t>(j) == nb.upper)
-                gain = fy > 0.0f ? rootOf(1.0f - low * low - others) : up;
-            else
-                gain = zoneMuted[layer][j] ? 0.0f : m;
-        } else {
-            const float d = std::fabs(y - static_cast<float>(ringZone) * 0.5f);
-            gain = d <= kFlagTolerance ? 1.0f : powf(10.0f, d * log10f(surroundLvl));
-        }
+        if (options.foldDepth)
+            gain = ringGain(std::fabs(y - static_cast<float>(ringZone) * 0.5f), surroundLvl);
+        else if (static_cast<int32_t>(j) == nb.lower)
+            gain = g.lower;
+        else if (static_cast<int32_t>(j) == nb.upper)
+            gain = g.upper;
+        else
+            gain = zoneMuted[layer][j] ? 0.0f : g.other;
         if (!(gain > 0.0f) || outGrid.countOf(layer, j) == 0) {
             silence(j);
             continue;
         }
         panZone(matrix, row, outMap, x, y, globalLvl * level * centerGain * gain, flat, counter, layer, j,
-                zones);
+                zones, options);
         counter += static_cast<int32_t>(outGrid.countOf(layer, j));
     }
 }
 
 void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
                               float y, float zoneLevel, bool flat, int32_t counter, uint32_t layer,
-                              uint32_t zone, uint32_t zones) {
+                              uint32_t zone, uint32_t zones, const PanOptions& options) {
     const auto c = static_cast<int32_t>(outGrid.countOf(layer, zone));
     const uint8_t* muted = speakerMuted.data() + counter;
     float* out = matrix.row(row);
@@ -351,8 +304,6 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
     const float t = zones < 2 ? 0.0f : static_cast<float>(zone) / static_cast<float>(zones - 1);
     const float d = flat ? 1.0f : 1.0f - (1.0f - t) * frontDivergence - rearDivergence * t;
     const float m = divergenceShare(nA, 1.0f - d);
-    const float A = 1.0f - (static_cast<float>(nA) - 2.0f) * m * m;
-    const float s = std::sqrt(A / 2.0f);
 
     const Neighbours nb = chooseNeighbours(x, c, muted);
     int32_t lowerX = nb.lower, upperX = nb.upper;
@@ -378,16 +329,10 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
         }
     }
 
-    const bool single = isSingleSpeaker(lowerX, upperX, last);
-    float fx = -1.0f;
-    if (!single && lowerX < upperX)
-        fx = 2.0f * (static_cast<float>(last) * x - static_cast<float>(lowerX)) /
-                 static_cast<float>(upperX - lowerX) -
-             1.0f;
-    if (single) {
+    if (options.singleSpeakerZones && lowerX == upperX && last == 0) {
         // One output speaker takes the input's whole zone at equal power.
         uint32_t sources = 0;
-        if (!isFolding()) {
+        if (!options.foldDepth) {
             if (inGrid.rowOfLayer(layer) < SpeakerGrid::kRows) {
                 const uint32_t k = inGrid.zonesOfLayer(layer);
                 if (k > 0) {
@@ -396,69 +341,38 @@ void MMixerBaseModel::panZone(MixMatrix& matrix, int32_t row, const std::vector<
                 }
             }
         } else {
-            sources = foldChannels();
+            sources = options.foldChannels;
         }
         // A point that comes from no input zone (a side or top moved there)
-        // has the speaker to itself.
-        fx = sources > 0 ? std::sqrt(1.0f / static_cast<float>(sources)) : 1.0f;
-        for (int32_t k = 0; k < c; ++k) put(k, fx);
+        // has the speaker to itself, at a factor of 1: a factor below zero
+        // would flip the polarity of the speaker it plays from.
+        const float share = sources > 0 ? std::sqrt(1.0f / static_cast<float>(sources)) : 1.0f;
+        for (int32_t k = 0; k < c; ++k) put(k, share);
         return;
     }
+    float fx = -1.0f;
+    if (lowerX < upperX)
+        fx = 2.0f * (static_cast<float>(last) * x - static_cast<float>(lowerX)) /
+                 static_cast<float>(upperX - lowerX) -
+             1.0f;
 
-    const float E = s - m;
     if (!threeSpeaker || centerSpread >= 1.0f) {
-        const float gHi = (1.0f + fx) * E + m;
-        const float gLo = (1.0f - fx) * E + m;
+        const PairGains g = pairGains(fx, m, nA);
         for (int32_t k = 0; k < c; ++k) {
             if (k == lowerX)
-                put(k, fx < 0.0f ? rootOf(A - gHi * gHi) : gLo);
+                put(k, g.lower);
             else if (k == upperX)
-                put(k, fx > 0.0f ? rootOf(A - gLo * gLo) : gHi);
+                put(k, g.upper);
             else
-                put(k, muted[k] ? 0.0f : m);
+                put(k, muted[k] ? 0.0f : g.other);
         }
         return;
     }
-
     for (int32_t k = 0; k < c; ++k) put(k, muted[k] ? 0.0f : m);
-    const float v = centerSpread;
-    float gLo, gHi;
-    if (fx < -v) {
-        gHi = m;
-        if (fx < -0.5f) {
-            const float u = s + E * (2.0f * fx + 1.0f);
-            gLo = rootOf(A - u * u);
-        } else {
-            gLo = m - E * 2.0f * fx;
-        }
-    } else if (fx > v) {
-        gLo = m;
-        if (fx > 0.5f) {
-            const float u = s + E * (1.0f - 2.0f * fx);
-            gHi = rootOf(A - u * u);
-        } else {
-            gHi = m + E * 2.0f * fx;
-        }
-    } else {
-        const float w = v <= 0.5f ? v : 1.0f - v;
-        if (fx > w) {
-            const float u = E * (2.0f - fx - v) + m;
-            gHi = rootOf(A - u * u);
-        } else {
-            gHi = E * (fx + v) + m;
-        }
-        if (-fx > w) {
-            const float u = E * (2.0f + fx - v) + m;
-            gLo = rootOf(A - u * u);
-        } else {
-            gLo = m + E * (v - fx);
-        }
-    }
-    const float sum = (static_cast<float>(nA) - 3.0f) * m * m + gLo * gLo + gHi * gHi;
-    const float gMid = sum < 1.0f ? std::sqrt(1.0f - sum) : m;
-    put(lowerX, gLo);
-    put(upperX, gHi);
-    put(mid, gMid);
+    const ThreeSpeakerGains g = threeSpeakerGains(fx, centerSpread, m, nA);
+    put(lowerX, g.lower);
+    put(upperX, g.upper);
+    put(mid, g.middle);
 }
 
 MixMatrix& MMixerBaseModel::matrixOf(bool direct) {
@@ -504,9 +418,19 @@ void MMixerBaseModel::updateLfe(bool direct) {
         const float v = direct || outMute(lfe) ? 0.0f : g / static_cast<float>(numIn);
         for (int32_t i = 0; i < numIn; ++i) at(i, lfeOut) = v;
     } else if (numOutLfe == 1 && numInLfe >= 1) {
+        // Two LFE inputs share the one LFE output at equal power, so that
+        // neither is lost; direct routing passes the first alone, bit to bit.
+        const float share = numInLfe == 2 ? kSqrtHalf : 1.0f;
         for (int32_t i = 0; i < numIn; ++i) at(i, lfeOut) = 0.0f;
-        for (int32_t o = 0; o < numOut; ++o) at(lfeIn, o) = 0.0f;
-        at(lfeIn, lfeOut) = direct ? 1.0f : (outMute(lfe) || inMute(lfe) ? 0.0f : g);
+        for (int32_t k = 0; k < numInLfe; ++k) {
+            for (int32_t o = 0; o < numOut; ++o) at(lfeIn + k, o) = 0.0f;
+            float v;
+            if (direct)
+                v = k == 0 ? 1.0f : 0.0f;
+            else
+                v = outMute(lfe) || inMute(lfe + k) ? 0.0f : share * g;
+            at(lfeIn + k, lfeOut) = v;
+        }
     } else if (numOutLfe == 2 && numInLfe == 0) {
         for (int32_t k = 0; k < 2; ++k) {
             const float v = direct || outMute(lfe + k) ? 0.0f : kSqrtHalf * g / static_cast<float>(numIn);

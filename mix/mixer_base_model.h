@@ -18,17 +18,29 @@
 #include "frame/fobject.h"
 #include "frame/speaker_arrangement.h"
 #include "mix/mix_matrix.h"
+#include "mix/pan_law.h"
+#include "mix/param_ids.h"
 #include "mix/speaker_grid.h"
+#include "mix/tolerance.h"
 
 namespace Tannhofen::Mix {
 
-// Parameter ids shared by both mix plug-ins.
-namespace ParamId {
-inline constexpr int32_t kLfeLevel = 11;
-inline constexpr int32_t kOutputSoloFirst = 17; // 17 to 42: output solo by speaker index
-inline constexpr int32_t kOutputSoloLast = 42;
-inline constexpr int32_t kDirectMode = 199;
-} // namespace ParamId
+// The converter's rules on top of the plain law, as one record that a model
+// answers with. The plain law (all false) is the panner's.
+struct PanOptions {
+    // All depth zones of the input fold into the output's one ring of ear
+    // speakers, each attenuated by ringGain of its distance.
+    bool foldDepth = false;
+    // A zone of one output speaker takes the input's whole zone at equal
+    // power, sqrt(1 / speakers of that input zone).
+    bool singleSpeakerZones = false;
+    // A point at the front centre (x 0.5, y 0) is the input's centre speaker
+    // and takes the centre level.
+    bool centerSource = false;
+    // The speakers of the input's folded ring, for a single speaker that a
+    // folded input reaches.
+    uint32_t foldChannels = 0;
+};
 
 // Change messages to dependents.
 namespace ModelMessage {
@@ -40,10 +52,6 @@ inline constexpr int32_t kDirectChanged = 0x403;
 class MMixerBaseModel : public Plx::FObject {
 public:
     PLX_OBJ_METHODS(MMixerBaseModel, Plx::FObject, "MMixerBaseModel")
-
-    static constexpr float kGainTolerance = 1.6e-06f;
-    static constexpr float kFlagTolerance = 1.1920929e-07f;
-    static constexpr float kSqrtHalf = 0.70710677f;
 
     MMixerBaseModel();
     ~MMixerBaseModel() override;
@@ -57,12 +65,12 @@ public:
     virtual void applyDeferred();
     virtual void allocate();
     virtual void clearMatrices();
-    virtual bool isFolding() const; // the input's depth zones fold into one ring
-    virtual bool isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const;
-    virtual bool isCenterSource(float x, float y) const;
+    // The rules that shape the law for this model; the base has none of them.
+    virtual PanOptions panOptions() const;
+    // Moves a point before it is spread, and sets four level factors that
+    // start at 1.0; the base leaves both alone.
     virtual void adjustPoint(float& x, float& y, float& z, float& top, float& side, float& rear,
                              float& bottom) const;
-    virtual uint32_t foldChannels() const;
     virtual void updateMain(bool direct) = 0;
     virtual void updateLfe(bool direct);
 
@@ -114,20 +122,11 @@ public:
                   float z, bool flat);
 
 protected:
-    struct Neighbours {
-        int32_t lower = -1;
-        int32_t upper = -1;
-        float blend = -1.0f;
-    };
-    // The two items around position p (0 to 1) of n items, skipping muted ones.
-    static Neighbours chooseNeighbours(float p, int32_t n, const uint8_t* muted);
-    // The walk of chooseNeighbours between two given items.
-    static Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted);
-
     void panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
-                  float level, bool flat, int32_t& counter, uint32_t layer);
+                  float level, bool flat, int32_t& counter, uint32_t layer, const PanOptions& options);
     void panZone(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
-                 float zoneLevel, bool flat, int32_t counter, uint32_t layer, uint32_t zone, uint32_t zones);
+                 float zoneLevel, bool flat, int32_t counter, uint32_t layer, uint32_t zone, uint32_t zones,
+                 const PanOptions& options);
 
     // Fills `map` (grid position to bus channel) for `mask`.
     static void buildChannelMap(std::vector<int32_t>& map, Plx::SpeakerArrangement mask,

@@ -17,8 +17,14 @@ float normalizedLevel(double linear) {
     return static_cast<float>(kLevelScale.toNormalized(linear));
 }
 
+constexpr SpeakerArrangement kTopBits =
+    Spk::Tfl | Spk::Tfc | Spk::Tfr | Spk::Tsl | Spk::Tc | Spk::Tsr | Spk::Trl | Spk::Trc | Spk::Trr;
+
+// Ear level, where points that come down from the top row land.
+constexpr float kEarHeight = SpeakerGrid::heightOf(SpeakerGrid::kEar);
+
 bool isOn(double value) {
-    return std::fabs(value - 1.0) <= MMixerBaseModel::kFlagTolerance;
+    return std::fabs(value - 1.0) <= kFlagTolerance;
 }
 
 } // namespace
@@ -85,13 +91,14 @@ bool MMixerModel::isFolding() const {
     return inputHasDepth() && outGrid.usedZones(SpeakerGrid::kEar) == 1;
 }
 
-bool MMixerModel::isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const {
-    return lo == hi && last == 0 && !soloToCenterActive();
-}
-
-bool MMixerModel::isCenterSource(float x, float y) const {
-    return std::fabs(x - 0.5f) <= kFlagTolerance && std::fabs(y) <= kFlagTolerance &&
-           inGrid.hasFrontCenter() && !soloToCenterActive() && !(surroundToFront && inputHasDepth());
+PanOptions MMixerModel::panOptions() const {
+    PanOptions options;
+    options.foldDepth = isFolding();
+    options.singleSpeakerZones = !soloToCenterActive();
+    options.centerSource =
+        inGrid.hasFrontCenter() && !soloToCenterActive() && !(surroundToFront && inputHasDepth());
+    options.foldChannels = foldChannels();
+    return options;
 }
 
 uint32_t MMixerModel::foldChannels() const {
@@ -107,13 +114,15 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
     const bool sideSpeaker = y == 0.5f && (x == 0.0f || x == 1.0f);
 
     if (z < 1.0f && !sideSpeaker) {
-        // Ear level and below: a flat input meets an output's bottom row at ear
-        // level; rear speakers take the surround level.
+        // Ear level and below. An input without a bottom row keeps its ear
+        // level in an output with one: its points are lifted to the ear row at
+        // full level, since the bottom level acts on input bottom speakers
+        // alone, as the top, side and surround levels act on theirs. Rear
+        // speakers take the surround level.
         const bool outBottom = outGrid.rowTotal(SpeakerGrid::kBottom) > 0;
         const bool inBottom = inGrid.rowTotal(SpeakerGrid::kBottom) > 0;
         if (outBottom && !inBottom && z <= 0.0f) {
-            z = 0.5f;
-            bottom = bottomLvl;
+            z = kEarHeight;
         } else if ((in & Spk::Bfl) && z <= 0.0f) {
             bottom = bottomLvl;
         } else if (y > 0.5f && inputHasDepth() && outGrid.usedZones(SpeakerGrid::kEar) >= 2) {
@@ -137,15 +146,17 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
         y = 0.0f;
         return;
     }
-    // Top speakers: kept on top when the output has side or rear tops, else
-    // brought down to the sides, the surrounds or the front.
+    // Top speakers: kept on top when the output has side or rear tops, or
+    // every top speaker of the input ("8.1 MPEG" into itself), else brought
+    // down to the sides, the surrounds or the front.
     if (in & (Spk::Tfl | Spk::Tsl | Spk::Trl)) {
         if (surroundToFront) {
             y = 0.0f;
-            z = 0.0f;
+            z = kEarHeight;
         } else {
             top = topLvl;
-            if (!(out & (Spk::Tsl | Spk::Trl))) {
+            const bool outHasInputTops = (in & kTopBits & ~out) == 0;
+            if (!(out & (Spk::Tsl | Spk::Trl)) && !outHasInputTops) {
                 top = sideLvl * top;
                 if (out & Spk::Sl) {
                     y = 0.698f;
@@ -156,11 +167,13 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
             }
         }
     }
-    // A top rear center without a rear pair above comes down to ear level.
+    // A top rear center without a rear pair above comes down to the ear row:
+    // to its height, so that an output with a bottom row below doesn't take
+    // it there ("8.1 MPEG" into itself keeps Tfc on Tfc).
     const bool rearTopPair = (out & Spk::Trl) && (out & Spk::Trr);
     if (y == 1.0f && x == 0.5f && !rearTopPair) {
         top = top * surroundLvl;
-        z = 0.0f;
+        z = kEarHeight;
     }
 }
 
@@ -185,7 +198,9 @@ void MMixerModel::updateMain(bool direct) {
             (inputArr & Spk::Ls) && !(inputArr & Spk::Sl) && (outputArr & Spk::Sl) && (outputArr & Spk::Ls);
         int32_t ch = 0;
         for (uint32_t l = 0; l < inGrid.layers(); ++l) {
-            const float z = static_cast<float>(inGrid.layers() < 3 ? l + 1 : l) * zScale;
+            // Each row of the input stands at its own height: bottom 0, ear
+            // level 0.5, top 1 (all at 0 for an input of one layer).
+            const float z = static_cast<float>(inGrid.rowOfLayer(l)) * zScale;
             const uint32_t zones = inGrid.zonesOfLayer(l);
             const bool rearFold = surroundToFront && inGrid.usedZonesOfLayer(l) > 1;
             float yStep = zones > 1 && !rearFold && !centerSolo ? 1.0f / static_cast<float>(zones - 1) : 0.0f;
@@ -194,9 +209,12 @@ void MMixerModel::updateMain(bool direct) {
                 float y = static_cast<float>(j) * yStep;
                 if (y == 1.0f && rearOnSides) y = 0.75f;
                 const uint32_t count = inGrid.countOf(l, j);
-                const float xStep = count > 1 && !centerSolo ? 1.0f / static_cast<float>(count - 1) : 0.0f;
+                const bool spread = count > 1 && !centerSolo;
                 for (uint32_t k = 0; k < count; ++k, ++ch) {
-                    const float x = xStep > 0.0f ? static_cast<float>(k) * xStep : 0.5f;
+                    // k / (count - 1), divided rather than stepped, so that the
+                    // law finds speaker k of an output row of the same count
+                    // exactly (16 ambisonic channels stand 1/15 apart).
+                    const float x = spread ? static_cast<float>(k) / static_cast<float>(count - 1) : 0.5f;
                     const int32_t row = gainSet->inMap[static_cast<size_t>(ch)];
                     panPoint(mat, row, gainSet->outMap, x, y, z, false);
                     if (outSoloActive) clearUnsoloedOutputs(mat, row);
@@ -238,23 +256,24 @@ void MMixerModel::updateLfe(bool direct) {
 
     const std::vector<int32_t>& inMap = gainSet->inMap;
     const std::vector<int32_t>& outMap = gainSet->outMap;
-    const int32_t lfeRow = numInLfe == 1 ? inMap[static_cast<size_t>(numIn)] : -1;
-    const bool lfeSoloed = numInLfe == 1 && inChannelSolo[static_cast<size_t>(numIn)] != 0;
     const int32_t lfeCol = numOutLfe == 1 ? outMap[static_cast<size_t>(numOut)] : -1;
-
-    if (lfeRow >= 0 && (fold || !lfeSoloed)) std::fill(mat.row(lfeRow), mat.row(lfeRow) + mat.cols, 0.0f);
-    if (!soloToCenter) {
-        if (lfeCol >= 0)
-            for (int32_t i = 0; i < numIn; ++i)
-                if (fold || inChannelSolo[static_cast<size_t>(i)] == 0)
-                    mat.at(inMap[static_cast<size_t>(i)], lfeCol) = 0.0f;
-    } else {
-        if (lfeCol >= 0)
-            for (int32_t i = 0; i < numIn + numInLfe; ++i)
+    if (soloToCenter && lfeCol >= 0)
+        for (int32_t i = 0; i < numIn + numInLfe; ++i) mat.at(inMap[static_cast<size_t>(i)], lfeCol) = 0.0f;
+    else if (lfeCol >= 0)
+        for (int32_t i = 0; i < numIn; ++i)
+            if (fold || inChannelSolo[static_cast<size_t>(i)] == 0)
                 mat.at(inMap[static_cast<size_t>(i)], lfeCol) = 0.0f;
-        if (lfeRow >= 0 && lfeSoloed) {
-            panPoint(mat, lfeRow, outMap, 0.5f, 0.0f, 0.0f, false);
-            if (outSoloActive) clearUnsoloedOutputs(mat, lfeRow);
+    // Each input LFE: dropped by the fold or when not soloed; with "Solo To
+    // Center" a soloed one plays from the centre.
+    for (int32_t k = 0; k < numInLfe; ++k) {
+        const auto ch = static_cast<size_t>(numIn + k);
+        const int32_t row = inMap[ch];
+        const bool soloed = inChannelSolo[ch] != 0;
+        if (fold || !soloed) {
+            std::fill(mat.row(row), mat.row(row) + mat.cols, 0.0f);
+        } else if (soloToCenter) {
+            panPoint(mat, row, outMap, 0.5f, 0.0f, 0.0f, false);
+            if (outSoloActive) clearUnsoloedOutputs(mat, row);
         }
     }
     analyse(mat.rows, mat.cols, direct ? MixGainSet::kDirect : MixGainSet::kNormal);

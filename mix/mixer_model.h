@@ -13,23 +13,6 @@
 
 namespace Tannhofen::Mix {
 
-namespace ParamId {
-inline constexpr int32_t kInputSoloFirst = 59; // 59 to 84: input solo by speaker index
-inline constexpr int32_t kInputSoloLast = 84;
-inline constexpr int32_t kCenterLvl = 128;
-inline constexpr int32_t kSurroundLvl = 129;
-inline constexpr int32_t kOutputArr = 130;
-inline constexpr int32_t kSoloToCenter = 131;
-inline constexpr int32_t kSurroundToFront = 132;
-inline constexpr int32_t kLowPass = 133;
-inline constexpr int32_t kGlobalLvl = 134;
-inline constexpr int32_t kSideLvl = 135;
-inline constexpr int32_t kTopLvl = 136;
-inline constexpr int32_t kActiveParts = 137;
-inline constexpr int32_t kBottomLvl = 138;
-inline constexpr int32_t kReset = 256;
-} // namespace ParamId
-
 class MMixerModel : public MMixerBaseModel {
 public:
     PLX_OBJ_METHODS(MMixerModel, MMixerBaseModel, "MMixerModel")
@@ -40,12 +23,15 @@ public:
     bool isInputSolo(int32_t index) const override;
     void setArrangements(Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) override;
     void allocate() override;
-    bool isFolding() const override;
-    bool isSingleSpeaker(int32_t lo, int32_t hi, int32_t last) const override;
-    bool isCenterSource(float x, float y) const override;
+    // Folds the input's depth zones into an output's one ring, gives single
+    // output speakers whole input zones, and treats the input's centre as the
+    // centre source, except while soloed channels play from the centre.
+    PanOptions panOptions() const override;
+    // Lifts flat inputs onto an output's bottom row, gives bottoms, sides,
+    // rears and tops their levels, and brings sides and tops down where the
+    // output lacks them.
     void adjustPoint(float& x, float& y, float& z, float& top, float& side, float& rear,
                      float& bottom) const override;
-    uint32_t foldChannels() const override;
     void updateMain(bool direct) override;
     void updateLfe(bool direct) override;
 
@@ -68,6 +54,11 @@ private:
     bool setLevel(float& linear, float& normalized, double value);
     void setFoldSwitch(bool& flag, bool& other, double value);
     void updateDirectRouting();
+    // The input has depth (below) and the output's ear row has one zone.
+    bool isFolding() const;
+    // Speakers of the input's folded ring: the larger of sides and rears
+    // when they move to the front, else the fronts.
+    uint32_t foldChannels() const;
     // The input's ear row has at least two depth zones in use.
     bool inputHasDepth() const { return inGrid.usedZones(SpeakerGrid::kEar) >= 2; }
     bool soloToCenterActive() const { return soloToCenter && inSoloActive; }

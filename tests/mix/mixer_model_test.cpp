@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 #include <utility>
+#include <vector>
 
 #include "mix/log_scale.h"
 #include "tests/mix/mix_test_util.h"
@@ -13,6 +14,7 @@
 using namespace Tannhofen;
 using namespace Tannhofen::Mix;
 using namespace Tannhofen::Mix::Test;
+namespace Layout = Plx::Layout;
 
 namespace {
 
@@ -120,29 +122,79 @@ TEST(MixConvert, TwentyTwoTwoToSevenOneFour) {
     // 22.2 bus: L0 R1 C2 LFE3 Ls4 Rs5 Lc6 Rc7 Cs8 Sl9 Sr10 Tc11 Tfl12 Tfc13 Tfr14 Trl15
     // Trc16 Trr17 LFE2 18 Tsl19 Tsr20 Bfl21 Bfc22 Bfr23.
     // 7.1.4 bus: L0 R1 C2 LFE3 Ls4 Rs5 Sl6 Sr7 Tfl8 Tfr9 Trl10 Trr11.
-    // Three input layers stand at z 0, 0.5, 1 over the output's two: the bottom
-    // lands at ear level, the ear layer halfway between ear and top.
-    auto model = makeModel(0x7307FFFF, 0x2D63F);
-    // Lc at x 0.25 between the two top fronts: f = -0.5, the far one gets
-    // 0.5 * sqrt(1/2), the near one the complement.
-    const float lcNear = std::sqrt(1.0f - 0.125f);
+    // The speakers both have are an identity: over the output's two layers the
+    // height runs from its ear row to its top row, so the ear row stays on the
+    // ear layer and the bottom row comes up to it.
+    auto model = makeModel(Layout::k22_2, Layout::k7_1_4);
     const Gains expected = {
-        {{21, 0}, 1.0f}, {{22, 2}, 1.0f}, {{23, 1}, 1.0f},                        // bottom
-        {{0, 0}, h},     {{0, 8}, h},     {{1, 1}, h},          {{1, 9}, h},      // L, R
-        {{2, 2}, h},     {{2, 8}, 0.5f},  {{2, 9}, 0.5f},                         // C
-        {{6, 0}, 0.5f},  {{6, 2}, 0.5f},  {{6, 8}, h * lcNear}, {{6, 9}, 0.25f},  // Lc
-        {{7, 2}, 0.5f},  {{7, 1}, 0.5f},  {{7, 9}, h * lcNear}, {{7, 8}, 0.25f},  // Rc
-        {{9, 6}, h},     {{9, 8}, 0.5f},  {{9, 10}, 0.5f},                        // Sl
-        {{10, 7}, h},    {{10, 9}, 0.5f}, {{10, 11}, 0.5f},                       // Sr
-        {{4, 4}, h},     {{4, 10}, h},    {{5, 5}, h},          {{5, 11}, h},     // Ls, Rs
-        {{8, 4}, 0.5f},  {{8, 5}, 0.5f},  {{8, 10}, 0.5f},      {{8, 11}, 0.5f},  // Cs
-        {{12, 8}, 1.0f}, {{14, 9}, 1.0f}, {{15, 10}, 1.0f},     {{17, 11}, 1.0f}, // top corners
-        {{13, 8}, h},    {{13, 9}, h},    {{16, 10}, h},        {{16, 11}, h},    // Tfc, Trc
-        {{19, 8}, h},    {{19, 10}, h},   {{20, 9}, h},         {{20, 11}, h},    // Tsl, Tsr
-        {{11, 8}, 0.5f}, {{11, 9}, 0.5f}, {{11, 10}, 0.5f},     {{11, 11}, 0.5f}, // Tc
-        {{3, 3}, 1.0f},                                                           // LFE; LFE2 dropped
+        {{0, 0}, 1.0f},   {{1, 1}, 1.0f},   {{2, 2}, 1.0f},   {{4, 4}, 1.0f},   {{5, 5}, 1.0f}, // ear
+        {{9, 6}, 1.0f},   {{10, 7}, 1.0f},  {{12, 8}, 1.0f},  {{14, 9}, 1.0f},  // sides, top fronts
+        {{15, 10}, 1.0f}, {{17, 11}, 1.0f},                                     // top rears
+        {{21, 0}, 1.0f},  {{22, 2}, 1.0f},  {{23, 1}, 1.0f},                    // bottom
+        {{6, 0}, h},      {{6, 2}, h},      {{7, 2}, h},      {{7, 1}, h},      // Lc, Rc
+        {{8, 4}, h},      {{8, 5}, h},                                          // Cs
+        {{13, 8}, h},     {{13, 9}, h},     {{16, 10}, h},    {{16, 11}, h},    // Tfc, Trc
+        {{19, 8}, h},     {{19, 10}, h},    {{20, 9}, h},     {{20, 11}, h},    // Tsl, Tsr
+        {{11, 8}, 0.5f},  {{11, 9}, 0.5f},  {{11, 10}, 0.5f}, {{11, 11}, 0.5f}, // Tc
+        {{3, 3}, h},      {{18, 3}, h}, // both LFEs share the one LFE output at equal power
     };
     expectMatrix(*model, expected);
+}
+
+TEST(MixConvert, FlatSourcesIntoTwentyTwoTwoKeepTheirEarLevel) {
+    // 5.1 into 22.2: the fronts one to one; the surrounds stand between the
+    // output's sides and rears, at equal power on each; the LFE feeds both
+    // LFE outputs. The bottom level (0 by default without input bottoms)
+    // doesn't touch them.
+    expectMatrix(*makeModel(Layout::k5_1, Layout::k22_2), {{{0, 0}, 1.0f},
+                                                           {{1, 1}, 1.0f},
+                                                           {{2, 2}, 1.0f},
+                                                           {{4, 4}, h},
+                                                           {{4, 9}, h},
+                                                           {{5, 5}, h},
+                                                           {{5, 10}, h},
+                                                           {{3, 3}, h},
+                                                           {{3, 18}, h}});
+    expectMatrix(*makeModel(Layout::kMono, Layout::k22_2), {{{0, 2}, 1.0f}});
+    // The bottom level acts on input bottom speakers alone.
+    auto model = makeModel(Layout::k5_1, Layout::k22_2);
+    model->setParamValue(ParamId::kBottomLvl, 0.0);
+    EXPECT_EQ(gain(*model, 0, 0), 1.0f);
+    auto bottoms = makeModel(Layout::k22_2, Layout::k22_2);
+    bottoms->setParamValue(ParamId::kBottomLvl, 0.0);
+    EXPECT_EQ(gain(*bottoms, 21, 21), 0.0f);
+    EXPECT_EQ(gain(*bottoms, 0, 0), 1.0f);
+}
+
+TEST(MixConvert, SingleRowLayoutsConvertPairToPair) {
+    // Top alone and bottom alone are the grid's only layer.
+    expectMatrix(*makeModel(Layout::kStereoTflTfr, Layout::kStereo), diagonal(2));
+    expectMatrix(*makeModel(Layout::kStereo, Layout::kStereoBflBfr), diagonal(2));
+    expectMatrix(*makeModel(Layout::kStereoBflBfr, Layout::kStereoTrlTrr), diagonal(2));
+    // Into one speaker, each at equal power.
+    expectMatrix(*makeModel(Layout::kStereoTflTfr, Layout::kMono), {{{0, 0}, h}, {{1, 0}, h}});
+}
+
+TEST(MixConvert, EveryBitHasItsOwnChannel) {
+    // "7.1 Cine Center High", bus L R C LFE Ls Rs Cs Tfc: Tfc keeps its own
+    // channel (7), the LFE its own (3). Into 5.1, Tfc comes down onto C and Cs
+    // spreads over the surround pair.
+    const auto high = Layout::k7_1CineCenterHigh;
+    expectMatrix(*makeModel(high, high), diagonal(8));
+    expectMatrix(*makeModel(high, Layout::k5_1), diagonal(6, {{{7, 2}, 1.0f}, {{6, 4}, h}, {{6, 5}, h}}));
+    // "7.1 Cine Full Rear", bus L R C LFE Ls Rs Lcs Rcs: Rcs (7) and Rs (5)
+    // are told apart. Into 5.1, Lcs at a third of the rear row: the far Rs
+    // gets (1 - 1/3) * sqrt(1/2), the near Ls the complement.
+    const auto rear = Layout::k7_1CineFullRear;
+    expectMatrix(*makeModel(rear, rear), diagonal(8));
+    const float farSide = (2.0f / 3.0f) * h;
+    const float nearSide = std::sqrt(1.0f - farSide * farSide);
+    expectMatrix(*makeModel(rear, Layout::k5_1),
+                 diagonal(6, {{{6, 4}, nearSide}, {{6, 5}, farSide}, {{7, 5}, nearSide}, {{7, 4}, farSide}}));
+    // "8.1 MPEG" keeps its top front centre on top, and a lone top centre
+    // takes its speaker at a factor of 1, not a flipped one.
+    expectMatrix(*makeModel(Layout::k8_1Mpeg, Layout::k8_1Mpeg), diagonal(9));
+    expectMatrix(*makeModel(Layout::k7_1CineTopCenter, Layout::k7_1CineTopCenter), diagonal(8));
 }
 
 TEST(MixConvert, FiveZeroFourToSevenOneFour) {
@@ -176,18 +228,21 @@ TEST(MixConvert, FiveZeroFourToSevenOneFour) {
     EXPECT_FALSE(model->getGainSet()->simple[MixGainSet::kDirect]);
 }
 
-TEST(MixConvert, FirstOrderAmbisonicMasks) {
-    // Ambisonic channels are four speakers of one front zone, but have no place
-    // of their own in the channel map: all four land on the first position.
-    auto model = makeModel(0xF00000, 0xF00000);
-    EXPECT_EQ(model->getInGrid().count(1, 0), 4u);
-    EXPECT_EQ(model->getGainSet()->inMap, (std::vector<int32_t>{3, 1, 2, 3}));
-    expectMatrix(*model, {{{1, 1}, 1.0f}, {{2, 2}, 1.0f}, {{3, 3}, 1.0f}});
-    expectMatrix(*model, diagonal(4), MixGainSet::kDirect);
-    EXPECT_TRUE(model->getGainSet()->simple[MixGainSet::kDirect]);
-
+TEST(MixConvert, AmbisonicChannelsKeepTheirPlaces) {
+    // Ambisonic channels are speakers of one front zone, each with a place of
+    // its own: equal orders convert as an identity, W included.
+    for (auto order : {Layout::kAmbi1, Layout::kAmbi2, Layout::kAmbi3}) {
+        auto model = makeModel(order, order);
+        const int n = Plx::channelCount(order);
+        std::vector<int32_t> identity(static_cast<size_t>(n));
+        for (int i = 0; i < n; ++i) identity[static_cast<size_t>(i)] = i;
+        EXPECT_EQ(model->getGainSet()->inMap, identity);
+        expectMatrix(*model, diagonal(n));
+        expectMatrix(*model, diagonal(n), MixGainSet::kDirect);
+        EXPECT_TRUE(model->getGainSet()->simple[MixGainSet::kNormal]);
+    }
     // Stereo into the four: L and R stand at the ends of the zone.
-    expectMatrix(*makeModel(0x3, 0xF00000), {{{1, 3}, 1.0f}});
+    expectMatrix(*makeModel(Layout::kStereo, Layout::kAmbi1), {{{0, 0}, 1.0f}, {{1, 3}, 1.0f}});
 }
 
 TEST(MixConvert, SoloSoloToCenterAndSurroundToFront) {
@@ -220,6 +275,8 @@ TEST(MixConvert, SoloSoloToCenterAndSurroundToFront) {
     // A speaker that the input lacks sets its solo flag only.
     auto stereo = makeModel(0x3, 0x3);
     stereo->setParamValue(ParamId::kInputSoloFirst + 3, 1.0); // Ls
+    EXPECT_TRUE(stereo->isInputSolo(3));
+    EXPECT_FALSE(stereo->isInSoloActive());
     expectMatrix(*stereo, diagonal(2));
     // A mono input answers to the centre's solo only.
     auto mono = makeModel(0x80000, 0x3);
@@ -249,8 +306,8 @@ TEST(MixConvert, LfeRowsForEveryLfeCombination) {
         {0x7307FFFF, 0x7307FFFF, {{{3, 3}, 1.0f}, {{18, 18}, 1.0f}}},
         // one in, none out: to every main output.
         {0x3F, 0x37, {{{3, 0}, 1.0f}, {{3, 1}, 1.0f}, {{3, 2}, 1.0f}, {{3, 3}, 1.0f}, {{3, 4}, 1.0f}}},
-        // two in, one out: LFE2 is dropped; two in, none out: both are.
-        {0x7307FFFF, 0x3F, {{{3, 3}, 1.0f}}},
+        // two in, one out: both share it at equal power; two in, none out: both are dropped.
+        {0x7307FFFF, 0x3F, {{{3, 3}, h}, {{18, 3}, h}}},
         {0x7307FFFF, 0x2D637, {}},
         {0x3, 0x3, {}},
     };
