@@ -13,11 +13,42 @@ namespace Tannhofen::Mix {
 
 using namespace Plx;
 
+namespace {
+
+constexpr double kRateTolerance = 2.220446049250313e-16;
+
+// The converter's LFE filter: a 120 Hz low-pass, Q 1, with fades of 250 ms,
+// switched off until lPFilter asks for it.
+template <class T>
+std::unique_ptr<DSP::WideFrame::FilterFade<T>> makeLfeFilter(double rate, int32_t block) {
+    auto filter = std::make_unique<DSP::WideFrame::FilterFade<T>>(rate, block, 250.0f, 0);
+    filter->init();
+    filter->reset();
+    filter->setFilterOff(true);
+    filter->setFilter(0, 120.0, 1.0);
+    return filter;
+}
+
+template <class T>
+void resizeBuffer(T*& buffer, int32_t& length, int32_t block) {
+    if (buffer != nullptr && length == block) return;
+    DSP::Vec::free(buffer);
+    buffer = DSP::Vec::malloc<T>(static_cast<size_t>(block));
+    length = buffer ? block : 0;
+}
+
+template <class T>
+bool filterDiffers(const DSP::WideFrame::FilterFade<T>* filter, double rate, int32_t block) {
+    return !filter || std::fabs(filter->sampleRate - rate) > kRateTolerance || filter->blockSize != block;
+}
+
+} // namespace
+
 MatrixMixer::MatrixMixer() : MMixerBase(kMatrixMixerControllerUID, &MixParamTable::instance()) {}
 
 MatrixMixer::~MatrixMixer() {
-    DSP::Vec::free(lfeBuffer32);
-    DSP::Vec::free(lfeBuffer64);
+    DSP::Vec::free(lane<float>().buffer);
+    DSP::Vec::free(lane<double>().buffer);
 }
 
 void MatrixMixer::createModel() {
@@ -37,26 +68,30 @@ bool MatrixMixer::acceptInputArrangement(SpeakerArrangement&) {
 
 tresult MatrixMixer::initialize(FUnknown* context) {
     const tresult r = MMixerBase::initialize(context);
-    if (r == kResultOk) setupLfeFilter(processSetup);
+    if (r == kResultOk) {
+        if (processSetup.symbolicSampleSize == kSample64)
+            setupLfeFilter<double>(processSetup.sampleRate, processSetup.maxSamplesPerBlock);
+        else
+            setupLfeFilter<float>(processSetup.sampleRate, processSetup.maxSamplesPerBlock);
+    }
     return r;
 }
 
 void MatrixMixer::allocateBuffers(int32 ins, int32 outs) {
     MMixerBase::allocateBuffers(ins, outs);
-    inWork32.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
-    inWork64.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
+    lane<float>().inWork.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
+    lane<double>().inWork.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
 }
 
 void MatrixMixer::freeBuffers() {
     MMixerBase::freeBuffers();
-    inWork32 = {};
-    inWork64 = {};
+    lane<float>().inWork = {};
+    lane<double>().inWork = {};
 }
 
 MatrixMixer::int32 MatrixMixer::lfeChannelOf(SpeakerArrangement mask, int32 lfeCount) {
-    constexpr SpeakerArrangement kLfeBit = 0x8;
-    if (lfeCount <= 0 || !(mask & kLfeBit)) return -1;
-    return std::popcount(mask & (kLfeBit - 1));
+    if (lfeCount <= 0 || !(mask & Speaker::LFE)) return -1;
+    return channelCount(mask & (Speaker::LFE - 1));
 }
 
 void MatrixMixer::applyArrangements(SpeakerArrangement in, SpeakerArrangement out) {
@@ -168,8 +203,12 @@ tresult MatrixMixer::setActive(TBool state) {
 }
 
 tresult MatrixMixer::setupProcessing(PlxProcessSetup* setup) {
-    if (setup && std::fabs(setup->sampleRate) > 2.220446049250313e-16 && setup->maxSamplesPerBlock > 0)
-        setupLfeFilter(*setup);
+    if (setup && std::fabs(setup->sampleRate) > kRateTolerance && setup->maxSamplesPerBlock > 0) {
+        if (setup->symbolicSampleSize == kSample64)
+            setupLfeFilter<double>(setup->sampleRate, setup->maxSamplesPerBlock);
+        else
+            setupLfeFilter<float>(setup->sampleRate, setup->maxSamplesPerBlock);
+    }
     return MMixerBase::setupProcessing(setup);
 }
 
@@ -178,59 +217,20 @@ tresult MatrixMixer::setProcessing(TBool state) {
     return MMixerBase::setProcessing(state);
 }
 
-namespace {
-
-constexpr double kRateTolerance = 2.220446049250313e-16;
-
-// The converter's LFE filter: a 120 Hz low-pass, Q 1, with fades of 250 ms,
-// switched off until lPFilter asks for it.
 template <class T>
-std::unique_ptr<DSP::WideFrame::FilterFade<T>> makeLfeFilter(double rate, int32_t block) {
-    auto filter = std::make_unique<DSP::WideFrame::FilterFade<T>>(rate, block, 250.0f, 0);
-    filter->init();
-    filter->reset();
-    filter->setFilterOff(true);
-    filter->setFilter(0, 120.0, 1.0);
-    return filter;
-}
-
-template <class T>
-void resizeBuffer(T*& buffer, int32_t& length, int32_t block) {
-    if (buffer != nullptr && length == block) return;
-    DSP::Vec::free(buffer);
-    buffer = DSP::Vec::malloc<T>(static_cast<size_t>(block));
-    length = buffer ? block : 0;
-}
-
-template <class T>
-bool filterDiffers(const DSP::WideFrame::FilterFade<T>* filter, double rate, int32_t block) {
-    return !filter || std::fabs(filter->sampleRate - rate) > kRateTolerance || filter->blockSize != block;
-}
-
-} // namespace
-
-void MatrixMixer::setupLfeFilter(const PlxProcessSetup& setup) {
-    const double rate = setup.sampleRate;
-    const int32 block = setup.maxSamplesPerBlock;
+void MatrixMixer::setupLfeFilter(double rate, int32 block) {
     if (std::fabs(rate) <= kRateTolerance || block <= 0) return;
-    if (setup.symbolicSampleSize == kSample64) {
-        if (filterDiffers(lfeFilter64.get(), rate, block)) {
-            lfeFilter64 = makeLfeFilter<double>(rate, block);
-            filterBypassed = true;
-        }
-        resizeBuffer(lfeBuffer64, lfeBuffer64Length, block);
-    } else {
-        if (filterDiffers(lfeFilter32.get(), rate, block)) {
-            lfeFilter32 = makeLfeFilter<float>(rate, block);
-            filterBypassed = true;
-        }
-        resizeBuffer(lfeBuffer32, lfeBuffer32Length, block);
+    LfeLane<T>& l = lane<T>();
+    if (filterDiffers(l.filter.get(), rate, block)) {
+        l.filter = makeLfeFilter<T>(rate, block);
+        filterBypassed = true;
     }
+    resizeBuffer(l.buffer, l.length, block);
 }
 
 void MatrixMixer::setLfeFilterActive(bool state) {
-    if (lfeFilter32) lfeFilter32->setActive(state);
-    if (lfeFilter64) lfeFilter64->setActive(state);
+    if (lane<float>().filter) lane<float>().filter->setActive(state);
+    if (lane<double>().filter) lane<double>().filter->setActive(state);
 }
 
 template <class T>
@@ -251,49 +251,43 @@ bool MatrixMixer::runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, i
 }
 
 template <class T>
-void MatrixMixer::filterLfeInput(DSP::WideFrame::FilterFade<T>* filter, T* buffer, T** in, int32 start,
-                                 int32 len) {
-    if (!filter || !buffer || start + len > filter->blockSize) return;
-    const bool on = mixModel && mixModel->getLowPass() && !directMode;
-    if (on || !filterBypassed) {
-        // The mix reads the filtered copy in place of the LFE input.
-        DSP::Vec::copy(in[lfeInChannel] + start, buffer + start, static_cast<size_t>(len));
-        in[lfeInChannel] = buffer;
-        runLfeFilter(*filter, buffer + start, len, on);
+bool MatrixMixer::filterAndMix(MixSlice<T>& slice) {
+    LfeLane<T>& l = lane<T>();
+    // The mix reads its inputs through the work array, where the filtered LFE
+    // takes the place of the LFE input.
+    const auto n = static_cast<size_t>(slice.ins);
+    const bool work = l.inWork.size() == n;
+    if (work) {
+        std::copy(slice.in, slice.in + n, l.inWork.begin());
+        slice.in = l.inWork.data();
     }
-}
-
-bool MatrixMixer::processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64,
-                               double** out64, int32 slice, int32 numSamples, bool* changed, bool* silent) {
-    // The mix reads its inputs through the work arrays, where the filtered
-    // LFE takes the place of the LFE input.
-    const auto n = static_cast<size_t>(ins);
-    if (in32 && inWork32.size() == n) {
-        std::copy(in32, in32 + n, inWork32.begin());
-        in32 = inWork32.data();
+    const int32 start = slice.start(sliceLength);
+    const int32 len = std::min(sliceLength, slice.numSamples - start);
+    const bool inputSide = lfeInChannel >= 0 && lfeInChannel < slice.ins;
+    if (inputSide && len > 0 && work && l.filter && l.buffer && start + len <= l.filter->blockSize) {
+        const bool on = mixModel && mixModel->getLowPass() && !directMode;
+        if (on || !filterBypassed) {
+            DSP::Vec::copy(slice.in[lfeInChannel] + start, l.buffer + start, static_cast<size_t>(len));
+            slice.in[lfeInChannel] = l.buffer;
+            runLfeFilter(*l.filter, l.buffer + start, len, on);
+        }
     }
-    if (in64 && inWork64.size() == n) {
-        std::copy(in64, in64 + n, inWork64.begin());
-        in64 = inWork64.data();
-    }
-    const int32 start = slice * sliceLength;
-    const int32 len = std::min(sliceLength, numSamples - start);
-    const bool inputSide = lfeInChannel >= 0 && lfeInChannel < ins;
-    if (inputSide && len > 0) {
-        if (in32 == inWork32.data()) filterLfeInput(lfeFilter32.get(), lfeBuffer32, in32, start, len);
-        if (in64 == inWork64.data()) filterLfeInput(lfeFilter64.get(), lfeBuffer64, in64, start, len);
-    }
-    const bool mixed =
-        MMixerBase::processSlice(ins, outs, in32, out32, in64, out64, slice, numSamples, changed, silent);
-    if (!inputSide && lfeOutChannel >= 0 && lfeOutChannel < outs && len > 0) {
+    const bool mixed = MMixerBase::processSlice(slice);
+    if (!inputSide && lfeOutChannel >= 0 && lfeOutChannel < slice.outs && len > 0 && l.filter &&
+        start + len <= l.filter->blockSize) {
         // After the mix, on the output's LFE; direct mode doesn't bypass it here.
         const bool on = mixModel && mixModel->getLowPass();
-        if (out32 && lfeFilter32 && start + len <= lfeFilter32->blockSize)
-            runLfeFilter(*lfeFilter32, out32[lfeOutChannel] + start, len, on);
-        if (out64 && lfeFilter64 && start + len <= lfeFilter64->blockSize)
-            runLfeFilter(*lfeFilter64, out64[lfeOutChannel] + start, len, on);
+        runLfeFilter(*l.filter, slice.out[lfeOutChannel] + start, len, on);
     }
     return mixed;
+}
+
+bool MatrixMixer::processSlice(MixSlice<float>& slice) {
+    return filterAndMix(slice);
+}
+
+bool MatrixMixer::processSlice(MixSlice<double>& slice) {
+    return filterAndMix(slice);
 }
 
 } // namespace Tannhofen::Mix

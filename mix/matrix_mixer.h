@@ -10,9 +10,10 @@
 #pragma once
 
 #include <memory>
+#include <tuple>
+#include <vector>
 
-#include "dsp/algo32/fade.h"
-#include "dsp/algo64/fade.h"
+#include "dsp/algo32/wide_fade.h"
 #include "mix/mixer_base.h"
 #include "mix/mixer_model.h"
 
@@ -53,24 +54,41 @@ protected:
     void freeBuffers() override;
     void applyArrangements(SpeakerArrangement in, SpeakerArrangement out) override;
     void resetLevels() override;
-    bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64, double** out64,
-                      int32 slice, int32 numSamples, bool* changed, bool* silent) override;
+    bool processSlice(MixSlice<float>& slice) override;
+    bool processSlice(MixSlice<double>& slice) override;
     double getParamValue(int32 id) override;
     void setParamValue(int32 id, double value) override;
 
 private:
+    // What the LFE filter needs in one sample type: the filter, the filtered
+    // input LFE at the offsets of the block (maxSamplesPerBlock samples), and
+    // the input channels that the mix reads, so that the filtered LFE can
+    // take the place of the LFE input.
+    template <class T>
+    struct LfeLane {
+        std::unique_ptr<DSP::WideFrame::FilterFade<T>> filter;
+        T* buffer = nullptr;
+        int32 length = 0;
+        std::vector<T*> inWork;
+    };
+    template <class T>
+    LfeLane<T>& lane() {
+        return std::get<LfeLane<T>>(lanes);
+    }
+
     // Builds the LFE filter of the setup's sample size when the rate or the
     // block size changed, and sizes the LFE buffer.
-    void setupLfeFilter(const Plx::PlxProcessSetup& setup);
+    template <class T>
+    void setupLfeFilter(double rate, int32 block);
     void setLfeFilterActive(bool state);
     // Runs the filter over `len` samples of `data` in place, switched on or
     // off as `on` says; false when it is off and settled, and nothing ran.
     template <class T>
     bool runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32 len, bool on);
-    // The LFE steps of one slice around the base's mix, in the block's sample size.
+    // The LFE steps of one slice around the base's mix.
     template <class T>
-    void filterLfeInput(DSP::WideFrame::FilterFade<T>* filter, T* buffer, T** in, int32 start, int32 len);
-    // The channel of the LFE (bit 0x8) on one side, or -1.
+    bool filterAndMix(MixSlice<T>& slice);
+    // The channel of the LFE (bit LFE) on one side, or -1.
     static int32 lfeChannelOf(SpeakerArrangement mask, int32 lfeCount);
     // Applies `out` with the present input, as a restart does.
     void applyOutputArrangement(SpeakerArrangement out);
@@ -80,17 +98,7 @@ private:
     int32 lfeInChannel = -1;
     int32 lfeOutChannel = -1;
     bool arrangementsSet = false;
-    // The input channels that the mix reads, so that one of them can be
-    // replaced by the filtered LFE.
-    std::vector<float*> inWork32;
-    std::vector<double*> inWork64;
-    std::unique_ptr<DSP::Algo32::FilterFade> lfeFilter32;
-    std::unique_ptr<DSP::Algo64::FilterFade> lfeFilter64;
-    // The filtered input LFE, at the offsets of the block: maxSamplesPerBlock samples.
-    float* lfeBuffer32 = nullptr;
-    double* lfeBuffer64 = nullptr;
-    int32 lfeBuffer32Length = 0;
-    int32 lfeBuffer64Length = 0;
+    std::tuple<LfeLane<float>, LfeLane<double>> lanes;
     bool filterBypassed = true; // switched off and faded out: the LFE passes untouched
 };
 

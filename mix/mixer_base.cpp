@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cblas.h>
 #include <cmath>
 #include <cstring>
 
@@ -19,11 +18,6 @@ namespace {
 
 constexpr double kDefaultSampleRate = 44100.0;
 constexpr double kRateTolerance = 2.220446049250313e-16;
-constexpr int32 kMeterRate = 25; // meter values per second
-// Up to this many outputs a settled matrix is applied by sums over the inputs
-// rather than by a product over gathered inputs. Measured: at 2 outputs the
-// sums take three quarters of the product's time, at 12 they are even.
-constexpr int32 kSummedOutputs = 6;
 
 float rampStepFor(double rate) {
     return static_cast<float>(1000.0 / (rate * MMixerBase::kSliceMs));
@@ -37,27 +31,10 @@ bool allSilent(const PlxAudioBuffers& bus) {
 
 template <class T>
 T** channelsOf(PlxAudioBuffers& bus) {
-    if constexpr (sizeof(T) == sizeof(float))
+    if constexpr (std::is_same_v<T, float>)
         return bus.channelBuffers32;
     else
         return bus.channelBuffers64;
-}
-
-template <class T>
-float peakOf(const T* samples, int32 n) {
-    return n > 0 ? static_cast<float>(DSP::Vec::maxAbs(samples, static_cast<size_t>(n))) : 0.0f;
-}
-
-// out (outs x len, row stride ldOut) = gains^T (outs x ins) * in (ins x len).
-void blockProduct(int32 ins, int32 outs, const float* gains, const float* in, float* out, int32 len,
-                  int32 ld) {
-    cblas_sgemm(CblasRowMajor, CblasTrans, CblasNoTrans, outs, len, ins, 1.0f, gains, outs, in, ld, 0.0f, out,
-                ld);
-}
-void blockProduct(int32 ins, int32 outs, const double* gains, const double* in, double* out, int32 len,
-                  int32 ld) {
-    cblas_dgemm(CblasRowMajor, CblasTrans, CblasNoTrans, outs, len, ins, 1.0, gains, outs, in, ld, 0.0, out,
-                ld);
 }
 
 } // namespace
@@ -65,14 +42,11 @@ void blockProduct(int32 ins, int32 outs, const double* gains, const double* in, 
 MMixerBase::MMixerBase(const FUID& controllerClass, const MixParamTable* paramInfo)
     : paramInfo(paramInfo),
       invSampleRate(1.0 / kDefaultSampleRate),
-      maxRampStep(rampStepFor(kDefaultSampleRate)),
-      vuInterval(static_cast<int64>(kDefaultSampleRate / kMeterRate)) {
+      maxRampStep(rampStepFor(kDefaultSampleRate)) {
     setControllerClass(controllerClass);
 }
 
-MMixerBase::~MMixerBase() {
-    releaseScratch();
-}
+MMixerBase::~MMixerBase() = default;
 
 tresult MMixerBase::queryInterface(const TUID& iid, void** obj) {
     if (!obj) return kInvalidArgument;
@@ -126,7 +100,6 @@ tresult MMixerBase::terminate() {
     active = false;
     pendingMessages.clear();
     freeBuffers();
-    releaseScratch();
     deleteModel();
     return AudioEffect::terminate();
 }
@@ -234,19 +207,19 @@ tresult MMixerBase::notify(IMessage* message) {
         return value;
     };
     if (std::strcmp(id, Msg::kInputVuMeter) == 0) {
-        inVuWanted = intOf(Msg::kInputVuMeter) != 0;
+        meters.in.wanted = intOf(Msg::kInputVuMeter) != 0;
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kOutputVuMeter) == 0) {
-        outVuWanted = intOf(Msg::kOutputVuMeter) != 0;
+        meters.out.wanted = intOf(Msg::kOutputVuMeter) != 0;
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kResetMaxLevelIn) == 0) {
-        maxInLevel = 0.0f;
+        meters.in.max = 0.0f;
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kResetMaxLevelOut) == 0) {
-        maxOutLevel = 0.0f;
+        meters.out.max = 0.0f;
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kEnableDirectMonitoring) == 0) {
@@ -334,65 +307,28 @@ void MMixerBase::allocateBuffers(int32 ins, int32 outs) {
     freeBuffers();
     numInChannels = std::max(ins, 0);
     numOutChannels = std::max(outs, 0);
-    currentGains.allocate(numInChannels, numOutChannels);
-    gainDiff.allocate(numInChannels, numOutChannels);
-    gainStep.allocate(numInChannels, numOutChannels);
-    inPeak.assign(static_cast<size_t>(numInChannels), 0.0f);
-    inLevel.assign(static_cast<size_t>(numInChannels), 0.0f);
-    outPeak.assign(static_cast<size_t>(numOutChannels), 0.0f);
-    outLevel.assign(static_cast<size_t>(numOutChannels), 0.0f);
+    applier.allocate(numInChannels, numOutChannels);
+    meters.allocate(numInChannels, numOutChannels);
     publisher.allocate(numInChannels, numOutChannels);
     sizeProcessBuffers();
 }
 
 void MMixerBase::freeBuffers() {
-    currentGains.release();
-    gainDiff.release();
-    gainStep.release();
-    currentGains64 = {};
-    gainStep64 = {};
-    inPeak = {};
-    inLevel = {};
-    outPeak = {};
-    outLevel = {};
+    applier.release();
+    meters.release();
     publisher.release();
     numInChannels = numOutChannels = 0;
 }
 
 void MMixerBase::sizeProcessBuffers() {
-    const auto ins = static_cast<size_t>(numInChannels);
-    const auto outs = static_cast<size_t>(numOutChannels);
-    if (processSetup.symbolicSampleSize == kSample64) {
-        currentGains64.assign(ins * outs, 0.0);
-        gainStep64.assign(ins * outs, 0.0);
-    }
-    const size_t block = static_cast<size_t>(std::max(processSetup.maxSamplesPerBlock, 1));
-    const size_t wantIn = ins * block;
-    const size_t wantOut = outs * block;
-    if (wantIn > blockInSize || wantOut > blockOutSize) {
-        releaseScratch();
-        blockIn32 = DSP::Vec::malloc<float>(std::max<size_t>(wantIn, 1));
-        blockOut32 = DSP::Vec::malloc<float>(std::max<size_t>(wantOut, 1));
-        blockRamp32 = DSP::Vec::malloc<float>(std::max<size_t>(wantOut, 1));
-        blockIn64 = DSP::Vec::malloc<double>(std::max<size_t>(wantIn, 1));
-        blockOut64 = DSP::Vec::malloc<double>(std::max<size_t>(wantOut, 1));
-        blockRamp64 = DSP::Vec::malloc<double>(std::max<size_t>(wantOut, 1));
-        const bool ok = blockIn32 && blockOut32 && blockRamp32 && blockIn64 && blockOut64 && blockRamp64;
-        blockInSize = ok ? wantIn : 0;
-        blockOutSize = ok ? wantOut : 0;
-    }
-}
-
-void MMixerBase::releaseScratch() {
-    DSP::Vec::free(blockIn32);
-    DSP::Vec::free(blockOut32);
-    DSP::Vec::free(blockRamp32);
-    DSP::Vec::free(blockIn64);
-    DSP::Vec::free(blockOut64);
-    DSP::Vec::free(blockRamp64);
-    blockIn32 = blockOut32 = blockRamp32 = nullptr;
-    blockIn64 = blockOut64 = blockRamp64 = nullptr;
-    blockInSize = blockOutSize = 0;
+    if (!applier.ready()) return;
+    // 32-bit scratch always; the 64-bit one for a 64-bit setup.
+    const int32 block = processSetup.maxSamplesPerBlock;
+    applier.sizeScratch<float>(block);
+    if (processSetup.symbolicSampleSize == kSample64)
+        applier.sizeScratch<double>(block);
+    else
+        applier.releaseScratch<double>();
 }
 
 tresult MMixerBase::canProcessSampleSize(int32 symbolicSampleSize) {
@@ -405,7 +341,7 @@ tresult MMixerBase::setupProcessing(PlxProcessSetup* setup) {
     if (std::fabs(setup->sampleRate - processSetup.sampleRate) > kRateTolerance || sliceCount == 0) {
         invSampleRate = 1.0 / setup->sampleRate;
         maxRampStep = rampStepFor(setup->sampleRate);
-        vuInterval = static_cast<int64>(std::trunc(setup->sampleRate / kMeterRate));
+        meters.setSampleRate(setup->sampleRate);
     }
     const tresult r = AudioEffect::setupProcessing(setup);
     if (r != kResultOk) return r;
@@ -477,9 +413,7 @@ void MMixerBase::processParameterChanges(IPlxParameterChanges* changes) {
         }
         model->setDeferred(false);
     }
-    const MixMatrix* m = activeMatrix();
-    if (m && m->allocated && currentGains.allocated && m->data.size() == currentGains.data.size())
-        std::copy(m->data.begin(), m->data.end(), currentGains.data.begin());
+    if (const MixMatrix* m = activeMatrix()) applier.jumpTo(*m);
 }
 
 // ---- state ----------------------------------------------------------------
@@ -540,21 +474,7 @@ tresult MMixerBase::setState(IPlxStream* stream) {
 
 tresult MMixerBase::process(PlxProcessData* data) {
     if (!data) return kInvalidArgument;
-    bool forceSend = false;
-    if (inVuActive != inVuWanted) {
-        inVuActive = inVuWanted;
-        if (inVuActive)
-            maxInLevel = 0.0f;
-        else
-            forceSend = true;
-    }
-    if (outVuActive != outVuWanted) {
-        outVuActive = outVuWanted;
-        if (outVuActive)
-            maxOutLevel = 0.0f;
-        else
-            forceSend = true;
-    }
+    const bool forceSend = meters.takeWishes();
     IPlxParameterChanges* changes = data->inputParameterChanges;
     const bool hadChanges = changes && changes->getParameterCount() > 0;
     if (data->numInputs == 0 || data->numOutputs == 0) {
@@ -568,7 +488,7 @@ tresult MMixerBase::process(PlxProcessData* data) {
         projectTime = data->processContext->projectTimeSamples;
         transportState = data->processContext->state;
     }
-    if (!active || !processing || !currentGains.allocated || sliceCount == 0 || !blockInSize)
+    if (!active || !processing || !applier.ready() || sliceCount == 0 || !applier.hasScratch<float>())
         return kResultFalse;
     if (data->symbolicSampleSize == kSample64) return processBlock<double>(*data, forceSend);
     if (data->symbolicSampleSize == kSample32) return processBlock<float>(*data, forceSend);
@@ -583,7 +503,7 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     if (!data.inputs || !data.outputs || data.numInputs < 1 || data.numOutputs < 1 || n < 0 ||
         n > processSetup.maxSamplesPerBlock)
         return kInvalidArgument;
-    if (sizeof(T) == sizeof(double) && currentGains64.size() != currentGains.data.size()) return kResultFalse;
+    if (!applier.hasScratch<T>()) return kResultFalse;
     PlxAudioBuffers& inBus = data.inputs[0];
     PlxAudioBuffers& outBus = data.outputs[0];
     const int32 ins = numInChannels;
@@ -603,56 +523,42 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     const bool hadChanges = changes && changes->getParameterCount() > 0;
 
     if (allSilent(inBus)) {
-        if (inVuActive) std::fill(inLevel.begin(), inLevel.end(), 0.0f);
+        if (meters.in.active) MixMeters::quiet(meters.in);
         processParameterChanges(changes);
         for (int32 o = 0; o < outs; ++o)
             if (o >= ins || in[o] != out[o]) DSP::Vec::zero(out[o], static_cast<size_t>(n));
-        if (outVuActive) std::fill(outLevel.begin(), outLevel.end(), 0.0f);
+        if (meters.out.active) MixMeters::quiet(meters.out);
         outBus.silenceFlags = ~uint64(0);
     } else {
-        if (inVuActive) {
-            for (int32 i = 0; i < ins; ++i) {
-                const float peak = peakOf(in[i], n);
-                inLevel[static_cast<size_t>(i)] = peak;
-                maxInLevel = std::max(maxInLevel, peak);
-                inPeak[static_cast<size_t>(i)] = std::max(inPeak[static_cast<size_t>(i)], peak);
-            }
-        }
+        if (meters.in.active) meters.measure(meters.in, in, ins, n);
         // Slices follow every block size, with or without parameter changes,
         // so that a ramp always spans whole slices of this block.
         if (n > 0) computeSlices(n, false);
         if (sliceQueues) {
             sliceQueues->clearAll();
-            if (hadChanges) fillSliceQueues(changes, n);
+            if (hadChanges)
+                sliceQueues->fill(changes, n, sliceLength, [this](int32 id) { return getParamValue(id); });
         }
         bool changed = true;
         bool silent = true;
         const int64 startTime = projectTime;
         for (int32 s = 0; s < sliceCount && s * sliceLength < n; ++s) {
             projectTime = startTime + std::min((s + 1) * sliceLength, n) - 1;
-            const bool ok =
-                sizeof(T) == sizeof(float)
-                    ? processSlice(ins, outs, reinterpret_cast<float**>(in), reinterpret_cast<float**>(out),
-                                   nullptr, nullptr, s, n, &changed, &silent)
-                    : processSlice(ins, outs, nullptr, nullptr, reinterpret_cast<double**>(in),
-                                   reinterpret_cast<double**>(out), s, n, &changed, &silent);
-            if (!ok) return kResultFalse;
+            MixSlice<T> slice{ins, outs, in, out, s, n, &changed, &silent};
+            if (!processSlice(slice)) return kResultFalse;
         }
         outBus.silenceFlags = 0;
-        if (outVuActive) {
-            for (int32 o = 0; o < outs; ++o) {
-                const float peak = peakOf(out[o], n);
-                outLevel[static_cast<size_t>(o)] = peak;
-                outPeak[static_cast<size_t>(o)] = std::max(outPeak[static_cast<size_t>(o)], peak);
-                maxOutLevel = std::max(maxOutLevel, peak);
-                if (peak == 0.0f && o < 64) outBus.silenceFlags |= uint64(1) << o;
-            }
+        if (meters.out.active) {
+            meters.measure(meters.out, out, outs, n);
+            for (int32 o = 0; o < outs && o < 64; ++o)
+                if (meters.out.level[static_cast<size_t>(o)] == 0.0f) outBus.silenceFlags |= uint64(1) << o;
         } else if (silent) {
+            const MixMatrix& gains = applier.gains();
             for (int32 o = 0; o < outs && o < 64; ++o) {
                 bool quiet = true;
                 for (int32 i = 0; i < ins && quiet; ++i) {
                     const bool inputSilent = i < 64 && (inBus.silenceFlags >> i) & 1;
-                    quiet = inputSilent || currentGains.at(i, o) == 0.0f;
+                    quiet = inputSilent || gains.at(i, o) == 0.0f;
                 }
                 if (quiet) outBus.silenceFlags |= uint64(1) << o;
             }
@@ -665,294 +571,70 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
         if (o < 64) outBus.silenceFlags |= uint64(1) << o;
     }
 
-    vuCounter += n;
-    if (vuCounter >= vuInterval || forceSend) {
-        sendMeters(data.outputParameterChanges, forceSend);
-        vuCounter = 0;
-    }
+    meters.advance(n, data.outputParameterChanges, forceSend);
     publishIfAsked(hadChanges);
     return kResultOk;
 }
 
-void MMixerBase::sendMeters(IPlxParameterChanges* outChanges, bool forceSend) {
-    if (!outChanges || !(inVuActive || outVuActive || forceSend)) return;
-    auto put = [outChanges](int32 id, float value) {
-        int32 index = 0;
-        if (IParamValueQueue* queue = outChanges->addParameterData(static_cast<ParamID>(id), &index))
-            queue->addPoint(0, value, &index);
-    };
-    for (size_t i = 0; i < inPeak.size(); ++i) {
-        if (static_cast<int32>(i) < MeterId::kMaxChannels)
-            put(MeterId::kInputPeakFirst + static_cast<int32>(i), inPeak[i]);
-        inPeak[i] = 0.0f;
-    }
-    put(MeterId::kMaxInLevel, maxInLevel);
-    for (size_t o = 0; o < outPeak.size(); ++o) {
-        if (static_cast<int32>(o) < MeterId::kMaxChannels)
-            put(MeterId::kOutputPeakFirst + static_cast<int32>(o), outPeak[o]);
-        outPeak[o] = 0.0f;
-    }
-    put(MeterId::kMaxOutLevel, maxOutLevel);
+bool MMixerBase::processSlice(MixSlice<float>& slice) {
+    return runSlice(slice);
 }
 
-void MMixerBase::fillSliceQueues(IPlxParameterChanges* changes, int32 numSamples) {
-    const int32 last = numSamples - 1;
-    if (last < 0) return;
-    for (int32 q = changes->getParameterCount() - 1; q >= 0; --q) {
-        IParamValueQueue* queue = changes->getParameterData(q);
-        const int32 points = queue ? queue->getPointCount() : 0;
-        if (points <= 0) continue;
-        const auto id = static_cast<int32>(queue->getParameterId());
-        double current = getParamValue(id);
-        double sent = current;
-        int32 lastOffset = 0;
-        int32 slice = 0;
-        int32 target = std::min(sliceLength - 1, last);
-        bool done = false;
-        auto push = [&](double value) {
-            if (std::fabs(value - sent) > kGainTolerance) {
-                if (SliceParamQueue* sq = sliceQueues->at(slice)) sq->push(id, value);
-                sent = value;
-            }
-        };
-        for (int32 p = 0; p < points && !done; ++p) {
-            int32 offset = 0;
-            ParamValue value = 0.0;
-            if (queue->getPoint(p, &offset, &value) != kResultOk) continue;
-            if (offset == numSamples) offset = last;
-            if (offset > last || offset < 0) continue;
-            while (target <= offset) {
-                const double next =
-                    offset == lastOffset
-                        ? value
-                        : current + (value - current) * (target - lastOffset) / (offset - lastOffset);
-                push(next);
-                if (target == last) {
-                    done = true;
-                    break;
-                }
-                target = std::min(target + sliceLength, last);
-                ++slice;
-            }
-            if (offset < target) {
-                lastOffset = offset;
-                current = value;
-            }
-        }
-        push(current);
-    }
+bool MMixerBase::processSlice(MixSlice<double>& slice) {
+    return runSlice(slice);
 }
 
-bool MMixerBase::processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64,
-                              double** out64, int32 slice, int32 numSamples, bool* changed, bool* silent) {
+template <class T>
+bool MMixerBase::runSlice(MixSlice<T>& slice) {
     if (!model) return false;
     if (sliceQueues) {
-        SliceParamQueue* queue = sliceQueues->at(slice);
+        SliceParamQueue* queue = sliceQueues->at(slice.index);
         if (queue && queue->size() > 0) {
             model->setDeferred(true);
             SliceParamQueue::Entry entry{};
             while (queue->pop(entry)) setParamValue(entry.id, static_cast<float>(entry.value));
             model->setDeferred(false);
-            if (!directMode) *changed = true;
+            if (!directMode) *slice.changed = true;
         }
     }
-    if (in32 && out32) return mixSlice<float>(ins, outs, in32, out32, slice, numSamples, changed, silent);
-    if (in64 && out64) return mixSlice<double>(ins, outs, in64, out64, slice, numSamples, changed, silent);
-    return false;
-}
-
-template <class T>
-bool MMixerBase::mixSlice(int32 ins, int32 outs, T** in, T** out, int32 slice, int32 numSamples,
-                          bool* changed, bool* silent) {
     const MixMatrix* target = activeMatrix();
-    if (!target || !target->allocated || target->data.size() != currentGains.data.size()) return false;
-    const int32 start = slice * sliceLength;
-    const int32 end = std::min(start + sliceLength, numSamples);
+    const MixMatrix& gains = applier.gains();
+    if (!target || !target->allocated || target->data.size() != gains.data.size()) return false;
+    const int32 start = slice.start(sliceLength);
+    const int32 end = std::min(start + sliceLength, slice.numSamples);
     if (start >= end) return true;
+    const int32 ins = slice.ins, outs = slice.outs;
     if (passThrough) {
-        passThroughCopy(ins, outs, in, out, start, end - start);
+        GainApplier::passThroughCopy(ins, outs, slice.in, slice.out, start, end - start);
         return true;
     }
-    const size_t count = currentGains.data.size();
-    float* cur = currentGains.data.data();
-    const float* goal = target->data.data();
-    float* step = gainStep.data.data();
-    float* diff = gainDiff.data.data();
-    DSP::Vec::sub(goal, cur, diff, count);
-    DSP::Vec::mulC(diff, invSliceLength, step, count);
-    DSP::Vec::clampMag(step, maxRampStep, step, count);
 
     int32 t = start;
-    if (*changed) {
+    if (*slice.changed) {
         // The ramp: one step per sample towards the target while any element
         // lies farther than the gain tolerance from it, then once more onto
         // it exactly. Its samples are mixed as one block.
-        const int32 steps = rampLength(end - start);
+        const int32 steps = applier.startRamp(*target, invSliceLength, maxRampStep, end - start);
         if (steps > 0) {
-            mixBlock(ins, outs, in, out, start, steps, true);
-            DSP::Vec::addProductC(step, static_cast<float>(steps), cur, count);
-            *silent = false;
+            applier.mixRamp(ins, outs, slice.in, slice.out, start, steps);
+            *slice.silent = false;
             t += steps;
         }
         if (t >= end) return true;
-        std::copy(goal, goal + count, cur);
-        *changed = false;
+        applier.jumpTo(*target);
+        *slice.changed = false;
     }
     // The matrix has settled for the rest of the slice.
     if (directMode && sameArrangement) {
         passThrough = true;
-        passThroughCopy(ins, outs, in, out, t, end - t);
+        GainApplier::passThroughCopy(ins, outs, slice.in, slice.out, t, end - t);
         return true;
     }
-    if (activeIsSimple() && routingCopy(ins, outs, in, out, t, end - t)) return true;
-    mixBlock(ins, outs, in, out, t, end - t, false);
+    if (activeIsSimple() &&
+        GainApplier::routingCopy(*activeRouting(), ins, outs, slice.in, slice.out, t, end - t))
+        return true;
+    applier.mix(ins, outs, slice.in, slice.out, t, end - t);
     return true;
-}
-
-MMixerBase::int32 MMixerBase::rampLength(int32 limit) const {
-    // After k steps element e is off its target by diff[e] - k * step[e],
-    // which lies within the gain tolerance on one interval of k. The ramp ends
-    // at the first k inside the intervals of all elements.
-    const size_t count = gainDiff.data.size();
-    const float* diff = gainDiff.data.data();
-    const float* step = gainStep.data.data();
-    double lo = 0.0;
-    double hi = limit;
-    for (size_t e = 0; e < count; ++e) {
-        const double d = diff[e];
-        const double s = step[e];
-        if (s == 0.0) {
-            if (std::fabs(d) > kGainTolerance) return limit;
-            continue;
-        }
-        double a = (d - kGainTolerance) / s;
-        double b = (d + kGainTolerance) / s;
-        if (a > b) std::swap(a, b);
-        lo = std::max(lo, a);
-        hi = std::min(hi, b);
-        if (lo > hi) return limit;
-    }
-    const double first = std::ceil(lo);
-    return first > hi ? limit : static_cast<int32>(first);
-}
-
-template <class T>
-void MMixerBase::mixBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len, bool ramp) {
-    if (outs == 0 || len <= 0) return;
-    const auto n = static_cast<size_t>(len);
-    if (ins == 0) {
-        for (int32 o = 0; o < outs; ++o) DSP::Vec::zero(out[o] + t, n);
-        return;
-    }
-    T* gathered;
-    T* mixed;
-    T* ramped;
-    const T* gains;
-    const T* steps;
-    if constexpr (sizeof(T) == sizeof(float)) {
-        gathered = blockIn32;
-        mixed = blockOut32;
-        ramped = blockRamp32;
-        gains = currentGains.data.data();
-        steps = gainStep.data.data();
-    } else {
-        gathered = blockIn64;
-        mixed = blockOut64;
-        ramped = blockRamp64;
-        DSP::Vec::convert(currentGains.data.data(), currentGains64.data(), currentGains.data.size());
-        if (ramp) DSP::Vec::convert(gainStep.data.data(), gainStep64.data(), gainStep.data.size());
-        gains = currentGains64.data();
-        steps = gainStep64.data();
-    }
-    // All inputs are read before any output is written, so outputs may share
-    // memory with inputs.
-    if (!ramp && ins > 2 && outs <= kSummedOutputs) {
-        // Few outputs: each is summed from the inputs where they lie, which
-        // costs less than gathering them for a product of few rows.
-        for (int32 o = 0; o < outs; ++o) {
-            T* y = mixed + static_cast<size_t>(o) * n;
-            DSP::Vec::mulC(in[0] + t, gains[o], y, n);
-            for (int32 i = 1; i < ins; ++i)
-                DSP::Vec::addProductC(in[i] + t, gains[static_cast<size_t>(i) * outs + o], y, n);
-        }
-        for (int32 o = 0; o < outs; ++o) DSP::Vec::copy(mixed + static_cast<size_t>(o) * n, out[o] + t, n);
-        return;
-    }
-    for (int32 i = 0; i < ins; ++i) DSP::Vec::copy(in[i] + t, gathered + static_cast<size_t>(i) * n, n);
-
-    // Sample j of a ramp has the gains g + (j + 1) * step.
-    if (ins <= 2) {
-        const T* x0 = gathered;
-        const T* x1 = gathered + n;
-        for (int32 o = 0; o < outs; ++o) {
-            T* y = out[o] + t;
-            const T g0 = gains[o];
-            const T g1 = ins == 2 ? gains[outs + o] : T(0);
-            if (!ramp) {
-                if (ins == 1)
-                    DSP::Vec::mulC(x0, g0, y, n);
-                else
-                    for (size_t j = 0; j < n; ++j) y[j] = x0[j] * g0 + x1[j] * g1;
-                continue;
-            }
-            const T s0 = steps[o];
-            const T s1 = ins == 2 ? steps[outs + o] : T(0);
-            if (ins == 1)
-                for (size_t j = 0; j < n; ++j) y[j] = x0[j] * (g0 + T(j + 1) * s0);
-            else
-                for (size_t j = 0; j < n; ++j)
-                    y[j] = x0[j] * (g0 + T(j + 1) * s0) + x1[j] * (g1 + T(j + 1) * s1);
-        }
-        return;
-    }
-    blockProduct(ins, outs, gains, gathered, mixed, len, len);
-    if (ramp) {
-        blockProduct(ins, outs, steps, gathered, ramped, len, len);
-        for (int32 o = 0; o < outs; ++o) {
-            T* y = mixed + static_cast<size_t>(o) * n;
-            const T* r = ramped + static_cast<size_t>(o) * n;
-            for (size_t j = 0; j < n; ++j) y[j] += T(j + 1) * r[j];
-        }
-    }
-    for (int32 o = 0; o < outs; ++o) DSP::Vec::copy(mixed + static_cast<size_t>(o) * n, out[o] + t, n);
-}
-
-template <class T>
-bool MMixerBase::routingCopy(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len) {
-    const std::vector<int32_t>& routing = *activeRouting();
-    if (outs == 0) return true;
-    const int32 routed = std::min<int32>(outs, static_cast<int32>(routing.size()));
-    // An output that shares memory with an input that a later output copies
-    // would destroy it; such a routing goes through the block product instead.
-    for (int32 o = 0; o < routed; ++o) {
-        const int32 src = routing[static_cast<size_t>(o)];
-        for (int32 p = o + 1; p < routed; ++p) {
-            const int32 later = routing[static_cast<size_t>(p)];
-            if (later >= 0 && later < ins && later != src && in[later] == out[o]) return false;
-        }
-    }
-    const auto n = static_cast<size_t>(len);
-    for (int32 o = 0; o < routed; ++o) {
-        const int32 src = routing[static_cast<size_t>(o)];
-        if (src >= 0 && src < ins && in[src] != out[o]) DSP::Vec::copy(in[src] + t, out[o] + t, n);
-    }
-    for (int32 o = 0; o < outs; ++o) {
-        const int32 src = o < routed ? routing[static_cast<size_t>(o)] : -1;
-        if (src < 0 || src >= ins) DSP::Vec::zero(out[o] + t, n);
-    }
-    return true;
-}
-
-template <class T>
-void MMixerBase::passThroughCopy(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len) {
-    const auto n = static_cast<size_t>(len);
-    for (int32 o = 0; o < outs; ++o) {
-        if (o < ins) {
-            if (in[o] != out[o]) DSP::Vec::copy(in[o] + t, out[o] + t, n);
-        } else {
-            DSP::Vec::zero(out[o] + t, n);
-        }
-    }
 }
 
 } // namespace Tannhofen::Mix

@@ -17,13 +17,29 @@
 #include "frame/igraphlocation.h"
 #include "frame/iidlehandler.h"
 #include "frame/iparameterchanges.h"
+#include "mix/gain_applier.h"
 #include "mix/gain_publisher.h"
+#include "mix/mix_meters.h"
 #include "mix/mix_params.h"
 #include "mix/mix_state.h"
 #include "mix/mixer_base_model.h"
 #include "mix/slice_param_queues.h"
 
 namespace Tannhofen::Mix {
+
+// One slice of an audio block, in the sample type the host processes in.
+template <class T>
+struct MixSlice {
+    int32_t ins;
+    int32_t outs;
+    T** in;
+    T** out;
+    int32_t index;      // the slice's number in its block
+    int32_t numSamples; // of the block
+    bool* changed;      // the matrix changed: ramp towards it
+    bool* silent;       // no ramp ran in the block so far
+    int32_t start(int32_t sliceLength) const { return index * sliceLength; }
+};
 
 class MMixerBase : public Plx::AudioEffect,
                    public IParamSetPlainValue,
@@ -80,7 +96,7 @@ public:
 
     // Read-only views, for the owner and its tests.
     MMixerBaseModel* getModel() const { return model.get(); }
-    const MixMatrix& getCurrentGains() const { return currentGains; }
+    const MixMatrix& getCurrentGains() const { return applier.gains(); }
     bool isRestartPending() const { return restartPending; }
     SpeakerArrangement getStateInputArr() const { return stateInputArr; }
     SpeakerArrangement getStateOutputArr() const { return stateOutputArr; }
@@ -105,8 +121,10 @@ protected:
     virtual void applyArrangements(SpeakerArrangement in, SpeakerArrangement out);
     virtual void resetLevels();
     virtual void processParameterChanges(Plx::IPlxParameterChanges* changes);
-    virtual bool processSlice(int32 ins, int32 outs, float** in32, float** out32, double** in64,
-                              double** out64, int32 slice, int32 numSamples, bool* changed, bool* silent);
+    // Applies the slice's parameter changes and mixes it; one overload per
+    // sample type, both running one template.
+    virtual bool processSlice(MixSlice<float>& slice);
+    virtual bool processSlice(MixSlice<double>& slice);
     virtual double getParamValue(int32 id) = 0;
     virtual void setParamValue(int32 id, double value) = 0;
     virtual void resetParam(int32 id);
@@ -148,31 +166,15 @@ protected:
     bool directMode = false;
     bool processingChanged = false;
     bool matrixDirty = false;
-    MixMatrix currentGains;
-    MixMatrix gainDiff;
-    MixMatrix gainStep;
-    // The same for 64-bit audio, sized only for that sample size.
-    std::vector<double> currentGains64;
-    std::vector<double> gainStep64;
+    GainApplier applier;
     GainPublisher publisher;
     float maxRampStep;
-    Plx::int64 vuCounter = 0;
-    Plx::int64 vuInterval;
-    float maxInLevel = 0.0f;
-    float maxOutLevel = 0.0f;
-    std::vector<float> inPeak;
-    std::vector<float> outPeak;
-    std::vector<float> inLevel;
-    std::vector<float> outLevel;
+    MixMeters meters;
     int32 sliceCount = 0;
     int32 sliceLength = 0;
     float invSliceLength = 0.0f;
     int32 sliceBlockSize = 0;
     std::unique_ptr<SliceParamQueues> sliceQueues;
-    bool inVuWanted = false;
-    bool inVuActive = false;
-    bool outVuWanted = false;
-    bool outVuActive = false;
     bool sameArrangement = false;
     bool passThrough = false;
     bool directMonitoring = false;
@@ -181,41 +183,12 @@ private:
     template <class T>
     tresult processBlock(Plx::PlxProcessData& data, bool forceSend);
     template <class T>
-    bool mixSlice(int32 ins, int32 outs, T** in, T** out, int32 slice, int32 numSamples, bool* changed,
-                  bool* silent);
-    // Mixes `len` samples from `t` with the present gains, or, for a ramp,
-    // with the gains plus (j + 1) steps at sample j of the block.
-    template <class T>
-    void mixBlock(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len, bool ramp);
-    // The samples of this slice's ramp before the target is reached, up to `limit`.
-    int32 rampLength(int32 limit) const;
-
-    // Copies the routed inputs for `len` samples from `t`; false when an
-    // output overwrites an input that a later output still reads.
-    template <class T>
-    bool routingCopy(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len);
-    template <class T>
-    void passThroughCopy(int32 ins, int32 outs, T** in, T** out, int32 t, int32 len);
-
-    void fillSliceQueues(Plx::IPlxParameterChanges* changes, int32 numSamples);
-    void sendMeters(Plx::IPlxParameterChanges* outChanges, bool forceSend);
+    bool runSlice(MixSlice<T>& slice);
     void publishIfAsked(bool hadChanges);
-    // Sizes what depends on the sample size and block size as well as on the
-    // channels: the 64-bit gains and the block scratch.
+    // Sizes the block scratch for the setup's sample size and block size.
     void sizeProcessBuffers();
-    void releaseScratch();
     void registerIdle(bool on);
 
-    // Scratch of the block products: the inputs gathered, the outputs before
-    // they are scattered, and the ramp's part of them; channels * block length.
-    float* blockIn32 = nullptr;
-    float* blockOut32 = nullptr;
-    float* blockRamp32 = nullptr;
-    double* blockIn64 = nullptr;
-    double* blockOut64 = nullptr;
-    double* blockRamp64 = nullptr;
-    size_t blockInSize = 0;
-    size_t blockOutSize = 0;
     int32 numInChannels = 0;
     int32 numOutChannels = 0;
     bool idleRegistered = false;

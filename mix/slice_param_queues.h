@@ -1,10 +1,15 @@
 // SliceParamQueues: the parameter values that each slice of an audio block
-// applies, one fixed-capacity queue per slice. Filled and emptied on the audio
-// thread; sized beforehand.
+// applies, one fixed-capacity queue per slice. Filled from the host's
+// parameter changes and emptied on the audio thread; sized beforehand.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <vector>
+
+#include "frame/iparameterchanges.h"
+#include "mix/tolerance.h"
 
 namespace Tannhofen::Mix {
 
@@ -55,9 +60,67 @@ public:
         for (auto& q : queues) q.clear();
     }
 
+    // Spreads the host's changes of a block of `numSamples` over its slices
+    // of `sliceLength`: each slice gets the value at its last sample, on the
+    // straight line between the points around it, when that value differs
+    // from the one sent before by more than the gain tolerance. Before its
+    // first point a parameter keeps `current(id)`.
+    template <class Current>
+    void fill(Plx::IPlxParameterChanges* changes, int32_t numSamples, int32_t sliceLength, Current&& current);
+
 private:
     int32_t capacity;
     std::vector<SliceParamQueue> queues;
 };
+
+template <class Current>
+void SliceParamQueues::fill(Plx::IPlxParameterChanges* changes, int32_t numSamples, int32_t sliceLength,
+                            Current&& currentOf) {
+    const int32_t last = numSamples - 1;
+    if (last < 0 || !changes) return;
+    for (int32_t q = changes->getParameterCount() - 1; q >= 0; --q) {
+        Plx::IParamValueQueue* queue = changes->getParameterData(q);
+        const int32_t points = queue ? queue->getPointCount() : 0;
+        if (points <= 0) continue;
+        const auto id = static_cast<int32_t>(queue->getParameterId());
+        double current = currentOf(id);
+        double sent = current;
+        int32_t lastOffset = 0;
+        int32_t slice = 0;
+        int32_t target = std::min(sliceLength - 1, last);
+        bool done = false;
+        auto push = [&](double value) {
+            if (std::fabs(value - sent) > kGainTolerance) {
+                if (SliceParamQueue* sq = at(slice)) sq->push(id, value);
+                sent = value;
+            }
+        };
+        for (int32_t p = 0; p < points && !done; ++p) {
+            int32_t offset = 0;
+            Plx::ParamValue value = 0.0;
+            if (queue->getPoint(p, &offset, &value) != Plx::kResultOk) continue;
+            if (offset == numSamples) offset = last;
+            if (offset > last || offset < 0) continue;
+            while (target <= offset) {
+                const double next =
+                    offset == lastOffset
+                        ? value
+                        : current + (value - current) * (target - lastOffset) / (offset - lastOffset);
+                push(next);
+                if (target == last) {
+                    done = true;
+                    break;
+                }
+                target = std::min(target + sliceLength, last);
+                ++slice;
+            }
+            if (offset < target) {
+                lastOffset = offset;
+                current = value;
+            }
+        }
+        push(current);
+    }
+}
 
 } // namespace Tannhofen::Mix
