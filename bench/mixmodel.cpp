@@ -28,10 +28,10 @@ void updateMain(benchmark::State& state, Plx::SpeakerArrangement in, Plx::Speake
 }
 
 void BM_UpdateMain_22_2_to_7_1_4(benchmark::State& state) {
-    updateMain(state, 0x7307FFFF, 0x2D63F);
+    updateMain(state, Plx::Layout::k22_2, Plx::Layout::k7_1_4);
 }
 void BM_UpdateMain_7_1_4_to_5_1(benchmark::State& state) {
-    updateMain(state, 0x2D63F, 0x3F);
+    updateMain(state, Plx::Layout::k7_1_4, Plx::Layout::k5_1);
 }
 
 } // namespace

@@ -127,19 +127,19 @@ void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::Spe
 }
 
 void BM_Process_714_to_Stereo(benchmark::State& s) {
-    runProcess(s, 0x2D63F, 0x3, false);
+    runProcess(s, Plx::Layout::k7_1_4, Plx::Layout::kStereo, false);
 }
 void BM_Process_222_to_714(benchmark::State& s) {
-    runProcess(s, 0x7307FFFF, 0x2D63F, false);
+    runProcess(s, Plx::Layout::k22_2, Plx::Layout::k7_1_4, false);
 }
 void BM_Process_51_to_51_Routing(benchmark::State& s) {
-    runProcess(s, 0x3F, 0x3F, false);
+    runProcess(s, Plx::Layout::k5_1, Plx::Layout::k5_1, false);
 }
 void BM_Process_222_to_714_Automated(benchmark::State& s) {
-    runProcess(s, 0x7307FFFF, 0x2D63F, true);
+    runProcess(s, Plx::Layout::k22_2, Plx::Layout::k7_1_4, true);
 }
 void BM_Process_714_to_Stereo_Automated(benchmark::State& s) {
-    runProcess(s, 0x2D63F, 0x3, true);
+    runProcess(s, Plx::Layout::k7_1_4, Plx::Layout::kStereo, true);
 }
 
 BENCHMARK(BM_Process_714_to_Stereo);

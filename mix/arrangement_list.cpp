@@ -12,13 +12,14 @@ namespace Spk = Plx::Speaker;
 namespace {
 
 // Masks that leave out groups of speakers.
-constexpr SpeakerArrangement kWithoutBottomAndLfe2 = 0xFFFFFFFF8FFBFFFFull;
-constexpr SpeakerArrangement kWithoutTopAndWide = 0xFFFFFFFFFCFEFE3Full;
-constexpr SpeakerArrangement kWithoutLfes = 0xFFFFFFFFFFFBFFF7ull;
-constexpr SpeakerArrangement kWithoutSides = 0xFFFFFFFE7FFFF9FFull;
-constexpr SpeakerArrangement kWithoutCs = 0xFFFFFFFFFFFFFEFFull;
-constexpr SpeakerArrangement kWithoutLcRc = 0xFFFFFFFFFFFFFF3Full;
-constexpr SpeakerArrangement kWithoutSurrounds = 0xFFFFFFFFFCFFFFCFull;
+constexpr SpeakerArrangement kWithoutBottomAndLfe2 = ~(Spk::Bfl | Spk::Bfc | Spk::Bfr | Spk::LFE2);
+constexpr SpeakerArrangement kWithoutTopAndWide =
+    ~(Spk::Lc | Spk::Rc | Spk::Cs | Spk::Trc | Spk::Tsl | Spk::Tsr);
+constexpr SpeakerArrangement kWithoutLfes = ~(Spk::LFE | Spk::LFE2);
+constexpr SpeakerArrangement kWithoutSides = ~(Spk::Sl | Spk::Sr | Spk::Pl | Spk::Pr);
+constexpr SpeakerArrangement kWithoutCs = ~Spk::Cs;
+constexpr SpeakerArrangement kWithoutLcRc = ~(Spk::Lc | Spk::Rc);
+constexpr SpeakerArrangement kWithoutSurrounds = ~(Spk::Ls | Spk::Rs | Spk::Tsl | Spk::Tsr);
 
 bool hasName(SpeakerArrangement mask) {
     return std::strlen(Plx::speakerArrangementName(mask, false)) > 0;

@@ -57,24 +57,24 @@ tresult MMixerBase::queryInterface(const TUID& iid, void** obj) {
 
 SpeakerArrangement MMixerBase::remap(SpeakerArrangement mask) {
     switch (mask) {
-    case 0x2D037:
-    case 0x2D837:
-    case 0x2F837: return 0x37;
-    case 0x2D03F:
-    case 0x2D83F:
-    case 0x2F83F: return 0x3F;
-    case 0x2FE37: return 0x637;
-    case 0x2FE3F:
-    case 0x7307FFFF: return 0x63F;
-    case 0xF00000: return 0x33;
-    case 0x7C000F00000: return 0x2D037;
-    case 0x3FFC000F00000: return 0x6F6FF;
-    default: return 0x3F;
+    case Plx::Layout::k5_0_4:
+    case Plx::Layout::k10_0Auro3D:
+    case Plx::Layout::k11_0Auro3D: return Plx::Layout::k5_0;
+    case Plx::Layout::k5_1_4:
+    case Plx::Layout::k10_1Auro3D:
+    case Plx::Layout::k11_1Auro3D: return Plx::Layout::k5_1;
+    case Plx::Layout::k13_0Auro3D: return Plx::Layout::k7_0Music;
+    case Plx::Layout::k13_1Auro3D:
+    case Plx::Layout::k22_2: return Plx::Layout::k7_1Music;
+    case Plx::Layout::kAmbi1: return Plx::Layout::kQuadro;
+    case Plx::Layout::kAmbi2: return Plx::Layout::k5_0_4;
+    case Plx::Layout::kAmbi3: return Plx::Layout::k12_2 | Plx::Speaker::Sl | Plx::Speaker::Sr;
+    default: return Plx::Layout::k5_1;
     }
 }
 
 bool MMixerBase::isAmbisonic(SpeakerArrangement mask) {
-    return mask == 0xF00000 || mask == 0x7C000F00000 || mask == 0x3FFC000F00000;
+    return mask == Plx::Layout::kAmbi1 || mask == Plx::Layout::kAmbi2 || mask == Plx::Layout::kAmbi3;
 }
 
 // ---- life cycle -----------------------------------------------------------
@@ -85,10 +85,10 @@ tresult MMixerBase::initialize(FUnknown* context) {
     const tresult r = AudioEffect::initialize(context);
     if (r != kResultOk) return r;
     // Both buses are labelled "Input"; hosts have shown this name for years.
-    addAudioInput(u"Input", 0x80000);
-    addAudioOutput(u"Input", 0x3F);
+    addAudioInput(u"Input", Plx::Layout::kMono);
+    addAudioOutput(u"Input", Plx::Layout::k5_1);
     if (model) {
-        applyArrangements(0x80000, 0x3F);
+        applyArrangements(Plx::Layout::kMono, Plx::Layout::k5_1);
         allocateBuffers(model->getNumIn() + model->getNumInLfe(), model->getNumOut() + model->getNumOutLfe());
     }
     sameArrangement = false;

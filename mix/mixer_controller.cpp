@@ -19,8 +19,8 @@ namespace {
 constexpr double kDoubleTolerance = 2.220446049250313e-16;
 constexpr int32 kNivoraProductCodes[] = {28000, 30000};
 // The buses that the processor starts with: mono in, 5.1 out.
-constexpr SpeakerArrangement kFirstInput = 0x80000;
-constexpr SpeakerArrangement kFirstOutput = 0x3F;
+constexpr SpeakerArrangement kFirstInput = Plx::Layout::kMono;
+constexpr SpeakerArrangement kFirstOutput = Plx::Layout::k5_1;
 // The level rows that follow the arrangements, in the order they are reset.
 constexpr int32_t kLevelResetOrder[] = {ParamId::kLfeLevel, ParamId::kCenterLvl, ParamId::kSurroundLvl,
                                         ParamId::kTopLvl,   ParamId::kBottomLvl, ParamId::kSideLvl};

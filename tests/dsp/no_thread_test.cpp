@@ -77,7 +77,7 @@ TEST(NoThreads, ModuleBlasAndFftStartNone) {
                                                       host.get(), &error);
         ASSERT_TRUE(plugin) << error;
         Plx::IAudioProcessor* processor = plugin->processor();
-        Plx::SpeakerArrangement in = 0x7307FFFF, out = 0x2D63F;
+        Plx::SpeakerArrangement in = Plx::Layout::k22_2, out = Plx::Layout::k7_1_4;
         ASSERT_EQ(processor->setBusArrangements(&in, 1, &out, 1), Plx::kResultOk);
         Plx::PlxProcessSetup setup{Plx::kRealtime, Plx::kSample32, 512, 48000.0};
         ASSERT_EQ(processor->setupProcessing(&setup), Plx::kResultOk);

@@ -53,8 +53,8 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex) {
     for (const char* base : {"Plx::AudioEffect", "Plx::Component", "Plx::ComponentBase", "FObject"})
         EXPECT_TRUE(fx->isTypeOf(base, true)) << base;
 
-    AudioBus* in = fx->addAudioInput(u"Input", 0x80000);
-    fx->addAudioOutput(u"Output", 0x3F, kMain, 0);
+    AudioBus* in = fx->addAudioInput(u"Input", Plx::Layout::kMono);
+    fx->addAudioOutput(u"Output", Plx::Layout::k5_1, kMain, 0);
     fx->addEventInput(u"Events", 3);
     EXPECT_EQ(fx->getAudioInput(1), nullptr);
     EXPECT_EQ(fx->getAudioInput(-1), nullptr);
@@ -70,7 +70,7 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex) {
     BusInfo info{};
     ASSERT_EQ(fx->getBusInfo(kAudio, kOutput, 0, &info), kResultOk);
     EXPECT_EQ(info.direction, kOutput);
-    EXPECT_EQ(info.channelCount, 6); // 0x3F: six speakers
+    EXPECT_EQ(info.channelCount, 6); // Plx::Layout::k5_1: six speakers
     EXPECT_EQ(std::u16string(info.name), u"Output");
     EXPECT_EQ(info.busType, kMain);
     EXPECT_EQ(info.flags, 0u);
@@ -85,7 +85,7 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex) {
 
     // A long name is cut to 127 characters and terminated.
     std::u16string longName(200, u'x');
-    fx->addAudioInput(longName.c_str(), 0x3, kAux);
+    fx->addAudioInput(longName.c_str(), Plx::Layout::kStereo, kAux);
     ASSERT_EQ(fx->getBusInfo(kAudio, kInput, 1, &info), kResultOk);
     EXPECT_EQ(std::u16string(info.name).size(), 127u);
     EXPECT_EQ(info.busType, kAux);
@@ -102,11 +102,11 @@ TEST(ComponentBuses, ListsInfoAndActivationCheckEveryIndex) {
 
 TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists) {
     Ref<TestEffect> fx;
-    fx->addAudioInput(u"In", 0x3);
-    fx->addAudioOutput(u"Out", 0x3);
+    fx->addAudioInput(u"In", Plx::Layout::kStereo);
+    fx->addAudioOutput(u"Out", Plx::Layout::kStereo);
 
-    SpeakerArrangement ins[2] = {0x7, 0x3};
-    SpeakerArrangement outs[1] = {0x3F};
+    SpeakerArrangement ins[2] = {Plx::Layout::kLRC, Plx::Layout::kStereo};
+    SpeakerArrangement outs[1] = {Plx::Layout::k5_1};
     EXPECT_EQ(fx->setBusArrangements(ins, 2, outs, 1), kResultFalse); // one input bus only
     EXPECT_EQ(fx->setBusArrangements(ins, -1, outs, 1), kInvalidArgument);
     EXPECT_EQ(fx->setBusArrangements(nullptr, 1, outs, 1), kInvalidArgument);
@@ -115,9 +115,9 @@ TEST(ComponentBuses, ArrangementsAreCheckedAgainstTheLists) {
 
     SpeakerArrangement arr = 0;
     ASSERT_EQ(fx->getBusArrangement(kInput, 0, &arr), kResultOk);
-    EXPECT_EQ(arr, 0x7u);
+    EXPECT_EQ(arr, Plx::Layout::kLRC);
     ASSERT_EQ(fx->getBusArrangement(kOutput, 0, &arr), kResultOk);
-    EXPECT_EQ(arr, 0x3Fu);
+    EXPECT_EQ(arr, Plx::Layout::k5_1);
     EXPECT_EQ(fx->getBusArrangement(kOutput, 1, &arr), kInvalidArgument);
     EXPECT_EQ(fx->getBusArrangement(2, 0, &arr), kInvalidArgument);
     EXPECT_EQ(fx->getBusArrangement(kInput, 0, nullptr), kInvalidArgument);

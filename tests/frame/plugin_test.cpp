@@ -26,7 +26,7 @@ public:
     ~Processor() override { --alive; }
     tresult initialize(FUnknown* context) override {
         const tresult result = AudioEffect::initialize(context);
-        if (result == kResultOk) addAudioOutput(u"Output", 0x3);
+        if (result == kResultOk) addAudioOutput(u"Output", Plx::Layout::kStereo);
         return result;
     }
     tresult getState(IPlxStream* stream) override {

@@ -9,19 +9,19 @@
 using namespace Tannhofen::Plx;
 
 TEST(SpeakerArrangement, NamesOfKnownAndUnknownMasks) {
-    EXPECT_STREQ(speakerArrangementName(0x3F, false), "5.1");
-    EXPECT_STREQ(speakerArrangementName(0x3F, true), "L R C LFE Ls Rs");
-    EXPECT_STREQ(speakerArrangementName(0x80000, false), "Mono");
-    EXPECT_STREQ(speakerArrangementName(0x7307FFFF, false), "22.2");
-    EXPECT_STREQ(speakerArrangementName(0x3FFC000F00000, false), "3rd Order Ambisonics");
-    EXPECT_STREQ(speakerArrangementName(0x2D63F, true), "L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr");
+    EXPECT_STREQ(speakerArrangementName(Layout::k5_1, false), "5.1");
+    EXPECT_STREQ(speakerArrangementName(Layout::k5_1, true), "L R C LFE Ls Rs");
+    EXPECT_STREQ(speakerArrangementName(Layout::kMono, false), "Mono");
+    EXPECT_STREQ(speakerArrangementName(Layout::k22_2, false), "22.2");
+    EXPECT_STREQ(speakerArrangementName(Layout::kAmbi3, false), "3rd Order Ambisonics");
+    EXPECT_STREQ(speakerArrangementName(Layout::k7_1_4, true), "L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr");
     // Long names that users know with their slips.
-    EXPECT_STREQ(speakerArrangementName(0x503F, true), "L R C LFE Ls Rs Tfl Tfl");
-    EXPECT_STREQ(speakerArrangementName(0x300003F, true), "L R C LFE Ls Rs Tsl Tsl");
-    EXPECT_STREQ(speakerArrangementName(0x6FF, true), "L R C Lfe Ls Rs Lc Rc Sl Sr");
-    EXPECT_STREQ(speakerArrangementName(0x7FF, true), "L R C Lfe Ls Rs Lc Rc Cs Sl Sr");
-    for (SpeakerArrangement unknown : {SpeakerArrangement{0}, SpeakerArrangement{0x1},
-                                       SpeakerArrangement{0x3E}, SpeakerArrangement{0x8000000000000000ull}}) {
+    EXPECT_STREQ(speakerArrangementName(Layout::k7_1CineFrontHigh, true), "L R C LFE Ls Rs Tfl Tfl");
+    EXPECT_STREQ(speakerArrangementName(Layout::k7_1CineSideHigh, true), "L R C LFE Ls Rs Tsl Tsl");
+    EXPECT_STREQ(speakerArrangementName(Layout::k9_1Cine, true), "L R C Lfe Ls Rs Lc Rc Sl Sr");
+    EXPECT_STREQ(speakerArrangementName(Layout::k10_1Cine, true), "L R C Lfe Ls Rs Lc Rc Cs Sl Sr");
+    for (SpeakerArrangement unknown :
+         {SpeakerArrangement{0}, Speaker::L, Layout::k5_1 & ~Speaker::L, SpeakerArrangement{1ull << 63}}) {
         EXPECT_STREQ(speakerArrangementName(unknown, false), "");
         EXPECT_STREQ(speakerArrangementName(unknown, true), "");
     }
@@ -59,7 +59,7 @@ TEST(SpeakerArrangement, IndexAndBitConversions) {
         EXPECT_EQ(indexToBit(i), expected[i]) << i;
         EXPECT_EQ(bitToIndex(expected[i]), i) << i;
     }
-    EXPECT_EQ(bitToIndex(0x1000000), 17);
+    EXPECT_EQ(bitToIndex(Speaker::Tsl), 17);
     EXPECT_EQ(indexToBit(17), SpeakerArrangement{1} << 24);
     // Beyond the table an index names the bit of the same number.
     EXPECT_EQ(indexToBit(26), SpeakerArrangement{1} << 26);

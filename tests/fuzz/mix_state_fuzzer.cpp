@@ -33,7 +33,7 @@ struct Plugin {
         Plx::IPlxHostApplication* context = host.get();
         processor->initialize(context);
         controller->initialize(context);
-        Plx::SpeakerArrangement in = 0x3F, out = 0x3;
+        Plx::SpeakerArrangement in = Plx::Layout::k5_1, out = Plx::Layout::kStereo;
         processor->setBusArrangements(&in, 1, &out, 1);
         auto saved = Plx::IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create());
         processor->getState(saved.get());

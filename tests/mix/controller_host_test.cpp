@@ -2,6 +2,8 @@
 // exports, driven with the host library's handler, messages and streams.
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -39,11 +41,11 @@ protected:
         ASSERT_EQ(controller->setComponentHandler(handler.get()), kResultOk);
         point = IPtr<IConnectionPoint>::adopt(queryInterfaceOf<IConnectionPoint>(controller.get()));
         ASSERT_TRUE(point);
-        ASSERT_EQ(point->connect(peer.get()), kResultOk);
+        ASSERT_EQ(point->connect(peer->point()), kResultOk);
         handler->clear();
     }
     void TearDown() override {
-        if (point) point->disconnect(peer.get());
+        if (point) point->disconnect(peer->point());
         if (controller) controller->terminate();
         point.reset();
         controller.reset();
@@ -89,7 +91,7 @@ protected:
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     IPtr<Host::ComponentHandler> handler =
         IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
-    IPtr<RecordingPeer> peer = IPtr<RecordingPeer>::adopt(new RecordingPeer);
+    std::unique_ptr<RecordingPeer> peer = std::make_unique<RecordingPeer>();
     std::unique_ptr<Host::Module> module;
     IPtr<IPlxEditController> controller;
     IPtr<IConnectionPoint> point;
@@ -156,7 +158,7 @@ TEST_F(ControllerFromModule, DecibelTextAndBack) {
 }
 
 TEST_F(ControllerFromModule, SoloToCenterAndSurroundToFrontExcludeEachOtherWithoutEcho) {
-    sendBuses(0x3F, 0x3, true);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::kStereo, true);
     handler->clear();
     ASSERT_EQ(controller->setParamNormalized(132, 1.0), kResultOk); // the other is off: nothing to tell
     EXPECT_TRUE(handler->edits.empty());
@@ -182,7 +184,7 @@ TEST_F(ControllerFromModule, SoloToCenterAndSurroundToFrontExcludeEachOtherWitho
 }
 
 TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff) {
-    sendBuses(0x3F, 0x3F, true);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::k5_1, true);
     handler->clear();
     // Stereo group: L and R solos go to the host; the group itself doesn't.
     ASSERT_EQ(controller->setParamNormalized(267, 1.0), kResultOk);
@@ -210,13 +212,13 @@ TEST_F(ControllerFromModule, SoloGroupsWriteTheirSpeakersAndSwitchOtherGroupsOff
 
     // New arrangements clear every solo without telling the host.
     handler->clear();
-    sendBuses(0x3F, 0x3, false);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::kStereo, false);
     for (ParamID id : {41u, 42u, 274u}) EXPECT_EQ(controller->getParamNormalized(id), 0.0) << id;
     EXPECT_TRUE(performedIds().empty());
 }
 
 TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults) {
-    sendBuses(0x3F, 0x3F, true);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::k5_1, true);
     // 5.1 to 5.1: the LFE passes at 0 dB, and the host hears of it.
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(11), 0.5);
     EXPECT_EQ(performedIds(), std::vector<ParamID>{11});
@@ -224,7 +226,7 @@ TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults) {
 
     // 5.1 to stereo: one entry, value 0; center at -3 dB without a front
     // center; the LFE at sqrt(1 / 2) linear on the LFE scale.
-    sendBuses(0x3F, 0x3, true);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::kStereo, true);
     EXPECT_EQ(info(130).stepCount, 0);
     EXPECT_EQ(controller->getParamNormalized(130), 0.0);
     EXPECT_NEAR(controller->getParamNormalized(128), std::pow(0.70710677 / 2.0, kInvE), 1e-6);
@@ -233,7 +235,7 @@ TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults) {
     // Without changeParams the levels that were set stay.
     controller->setParamNormalized(128, 0.3);
     handler->clear();
-    sendBuses(0x3F, 0x37, false);
+    sendBuses(Plx::Layout::k5_1, Plx::Layout::k5_0, false);
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(128), 0.3);
     EXPECT_TRUE(performedIds().empty());
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(130), 1.0); // 5.0 is last of LRC, 5.0
@@ -242,7 +244,7 @@ TEST_F(ControllerFromModule, BusArrangementsRebuildTheFormatListAndDefaults) {
     ASSERT_EQ(controller->setParamNormalized(130, 0.0), kResultOk);
     ASSERT_EQ(peer->messages.size(), 1u);
     EXPECT_EQ(peer->messages[0].id, "requestedOutputArrangement");
-    EXPECT_EQ(peer->messages[0].arrangement, 0x7u);
+    EXPECT_EQ(peer->messages[0].arrangement, Plx::Layout::kLRC);
     EXPECT_EQ(handler->restarts.back(), kIoChanged);
     controller->setParamNormalized(130, 1.0);
     EXPECT_EQ(peer->messages.size(), 1u);
@@ -260,7 +262,7 @@ TEST_F(ControllerFromModule, ComponentStateGivesTheSavedLevels) {
     state.doubleRecord("topLvl", 136, -12.041199826559248); // linear 0.25
     state.doubleRecord("bottomLvl", 138, 0.0);
     state.int64Record("activePartsMM", 137, 2);
-    state.arrangements(0x3F, 0x3);
+    state.arrangements(Plx::Layout::k5_1, Plx::Layout::kStereo);
     handler->clear();
     ASSERT_EQ(controller->setComponentState(state.stream().get()), kResultOk);
     for (auto [id, want] : {std::pair{128u, std::pow(0.25, kInvE)},
@@ -308,7 +310,7 @@ TEST_F(ControllerFromModule, RandomAndMutatedStatesNeverBreakIt) {
     good.header(2, 2, 8);
     for (int i = 0; i < 7; ++i) good.doubleRecord("centerLvl", 128 + i, -3.0);
     good.int64Record("activePartsMM", 137, 1);
-    good.arrangements(0x3F, 0x3F);
+    good.arrangements(Plx::Layout::k5_1, Plx::Layout::k5_1);
     const std::vector<uint8_t> base = good.bytes();
 
     std::mt19937 rng(1234);

@@ -13,17 +13,19 @@ using Mix::ArrangementList;
 
 TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder) {
     ArrangementList list;
-    list.addArrangements(0x3F);
-    const std::vector<Plx::SpeakerArrangement> fiveOne{0x7, 0xF, 0x37, 0x3F};
+    list.addArrangements(Plx::Layout::k5_1);
+    const std::vector<Plx::SpeakerArrangement> fiveOne{Plx::Layout::kLRC, Plx::Layout::kLRCLfe,
+                                                       Plx::Layout::k5_0, Plx::Layout::k5_1};
     EXPECT_EQ(list.all(), fiveOne);
-    list.addArrangements(0x3F);    // no duplicates
-    list.addArrangements(0x80000); // fewer than two channels: ignored
+    list.addArrangements(Plx::Layout::k5_1);  // no duplicates
+    list.addArrangements(Plx::Layout::kMono); // fewer than two channels: ignored
     EXPECT_EQ(list.all(), fiveOne);
-    list.addArrangements(0x3); // two channels: in front, nothing derived
+    list.addArrangements(Plx::Layout::kStereo); // two channels: in front, nothing derived
     EXPECT_EQ(list.count(), 5);
-    EXPECT_EQ(list.at(0), 0x3u);
+    EXPECT_EQ(list.at(0), Plx::Layout::kStereo);
 
-    for (Plx::SpeakerArrangement mask : {0x2D63Full, 0x7307FFFFull, 0x302D6FFull, 0x285002D633ull}) {
+    for (Plx::SpeakerArrangement mask :
+         {Plx::Layout::k7_1_4, Plx::Layout::k22_2, Plx::Layout::k9_1_6, Plx::Layout::k14_0}) {
         ArrangementList big;
         big.addArrangements(mask);
         EXPECT_EQ(big.at(big.count() - 1), mask);
@@ -37,16 +39,16 @@ TEST(ArrangementList, HoldsNamedSubsetsOnceInChannelOrder) {
     }
     // 7.1.4 gives 7.0.4 (no LFE) and 5.1.4 (no sides once there are tops).
     ArrangementList atmos;
-    atmos.addArrangements(0x2D63F);
-    EXPECT_TRUE(atmos.indexOf(0x2D637) >= 0 && atmos.indexOf(0x2D03F) >= 0);
+    atmos.addArrangements(Plx::Layout::k7_1_4);
+    EXPECT_TRUE(atmos.indexOf(Plx::Layout::k7_0_4) >= 0 && atmos.indexOf(Plx::Layout::k5_1_4) >= 0);
 }
 
 TEST(ArrangementList, NormalizedValueSelectsAnEntry) {
     ArrangementList list;
     EXPECT_EQ(list.indexFromNormalized(0.5), -1);
-    list.addArrangements(0x3);
-    EXPECT_EQ(list.normalizedOf(0), 0.0); // one entry gives 0
-    list.addArrangements(0x3F);           // 5 entries
+    list.addArrangements(Plx::Layout::kStereo);
+    EXPECT_EQ(list.normalizedOf(0), 0.0);    // one entry gives 0
+    list.addArrangements(Plx::Layout::k5_1); // 5 entries
     for (int32_t i = 0; i < list.count(); ++i) EXPECT_EQ(list.indexFromNormalized(list.normalizedOf(i)), i);
     EXPECT_EQ(list.indexFromNormalized(0.125), 1); // half a step rounds away from zero
     EXPECT_EQ(list.indexFromNormalized(0.124), 0);
@@ -64,15 +66,16 @@ TEST(SoloGroups, CoverEverySpeakerAndNeedOthersBesides) {
     auto available = [](int32_t id, Plx::SpeakerArrangement arr) {
         return Mix::isSoloGroupAvailable(*Mix::findSoloGroup(id), arr);
     };
-    EXPECT_FALSE(available(267, 0x3)); // L R with nothing else
-    EXPECT_TRUE(available(267, 0x7));
-    EXPECT_FALSE(available(267, 0x35)); // R missing
-    EXPECT_TRUE(available(269, 0x3F));
-    EXPECT_FALSE(available(269, 0x8));
-    EXPECT_FALSE(available(268, 0x7));
-    EXPECT_FALSE(available(266, 0x7)); // front only
-    EXPECT_FALSE(available(270, 0x3F));
-    EXPECT_TRUE(available(278, 0x600)); // side speakers alone are enough
+    EXPECT_FALSE(available(267, Plx::Layout::kStereo)); // L R with nothing else
+    EXPECT_TRUE(available(267, Plx::Layout::kLRC));
+    EXPECT_FALSE(
+        available(267, Plx::Speaker::L | Plx::Speaker::C | Plx::Speaker::Ls | Plx::Speaker::Rs)); // R missing
+    EXPECT_TRUE(available(269, Plx::Layout::k5_1));
+    EXPECT_FALSE(available(269, Plx::Speaker::LFE));
+    EXPECT_FALSE(available(268, Plx::Layout::kLRC));
+    EXPECT_FALSE(available(266, Plx::Layout::kLRC)); // front only
+    EXPECT_FALSE(available(270, Plx::Layout::k5_1));
+    EXPECT_TRUE(available(278, Plx::Layout::kStereoSlSr)); // side speakers alone are enough
 }
 
 TEST(ControllerNames, RemoteNamesOfBothFamilies) {

@@ -2,6 +2,8 @@
 // meters, the editor's own parameters and the names of views and controls.
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <vector>
 
 #include "frame/text.h"
@@ -29,7 +31,7 @@ struct Fixture {
     Fixture() {
         EXPECT_EQ(controller->initialize(host->unknown()), kResultOk);
         controller->setComponentHandler(handler.get());
-        controller->connect(peer.get());
+        controller->connect(peer->point());
     }
     ~Fixture() {
         controller->terminate();
@@ -44,7 +46,7 @@ struct Fixture {
     IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
     IPtr<Host::ComponentHandler> handler =
         IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
-    IPtr<RecordingPeer> peer = IPtr<RecordingPeer>::adopt(new RecordingPeer);
+    std::unique_ptr<RecordingPeer> peer = std::make_unique<RecordingPeer>();
     MMixerController* controller = new MMixerController;
 };
 
@@ -92,10 +94,10 @@ TEST(MixerController, GainViewMetersAndRequestsToTheProcessor) {
 
 TEST(MixerController, EditorParametersFollowArrangementsAndSolos) {
     Fixture f;
-    f.controller->arrangementsChanged(0x2D63F, 0x3, true); // 7.1.4 to stereo
-    EXPECT_EQ(f.editor(335 + 8), 1.0);                     // Sl in
-    EXPECT_EQ(f.editor(361 + 2), 0.0);                     // no C out
-    EXPECT_EQ(f.editor(398), 1.0);                         // an LFE to set
+    f.controller->arrangementsChanged(Plx::Layout::k7_1_4, Plx::Layout::kStereo, true); // 7.1.4 to stereo
+    EXPECT_EQ(f.editor(335 + 8), 1.0);                                                  // Sl in
+    EXPECT_EQ(f.editor(361 + 2), 0.0);                                                  // no C out
+    EXPECT_EQ(f.editor(398), 1.0);                                                      // an LFE to set
 
     EXPECT_EQ(f.editor(387), 0.0);
     f.handler->clear();
@@ -120,6 +122,8 @@ TEST(MixerController, EditorParametersFollowArrangementsAndSolos) {
     f.controller->getEditorParameter(808)->toString(0.0, name);
     EXPECT_EQ(utf16ToUtf8(name), "7.1.4");
     f.controller->setKeepOwnList(true); // the list from the input instead
-    f.controller->arrangementsChanged(0x3F, 0x3, false);
-    EXPECT_EQ(f.controller->getArrangements().all(), (std::vector<SpeakerArrangement>{0x7, 0xF, 0x37, 0x3F}));
+    f.controller->arrangementsChanged(Plx::Layout::k5_1, Plx::Layout::kStereo, false);
+    EXPECT_EQ(f.controller->getArrangements().all(),
+              (std::vector<SpeakerArrangement>{Plx::Layout::kLRC, Plx::Layout::kLRCLfe, Plx::Layout::k5_0,
+                                               Plx::Layout::k5_1}));
 }

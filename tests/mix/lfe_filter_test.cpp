@@ -73,7 +73,7 @@ std::vector<std::vector<T>> play(MixerRig& rig, int blocks, At at, double rate =
 template <class T>
 std::unique_ptr<MixerRig> converter(Plx::SpeakerArrangement in, bool lowPass) {
     auto rig = std::make_unique<MixerRig>();
-    EXPECT_EQ(rig->arrange(in, 0x3F), Plx::kResultOk);
+    EXPECT_EQ(rig->arrange(in, Plx::Layout::k5_1), Plx::kResultOk);
     EXPECT_EQ(rig->setup(kRate, kBlock, sizeof(T) == 4 ? Plx::kSample32 : Plx::kSample64), Plx::kResultOk);
     rig->start();
     Planar<T> a(rig->inputs(), kBlock), b(rig->outputs(), kBlock);
@@ -107,7 +107,7 @@ TYPED_TEST_SUITE(LfeFilter, SampleTypes);
 TYPED_TEST(LfeFilter, LowPassesTheInputLfeAndFadesWhenSwitched) {
     using T = TypeParam;
     constexpr int blocks = 200; // 2.13 s
-    auto rig = converter<T>(0x3F, true);
+    auto rig = converter<T>(Plx::Layout::k5_1, true);
     // lPFilter off at block 100; the filter fades out over 250 ms.
     const auto heard = play<T>(*rig, blocks, [](int b) {
         return b == 100 ? change(kLowPass, 0.0) : IPtr<Host::ParameterChanges>();
@@ -136,7 +136,7 @@ TYPED_TEST(LfeFilter, LowPassesTheInputLfeAndFadesWhenSwitched) {
 
 TYPED_TEST(LfeFilter, DirectModeBypassesTheFilter) {
     using T = TypeParam;
-    auto rig = converter<T>(0x3F, true);
+    auto rig = converter<T>(Plx::Layout::k5_1, true);
     const auto heard = play<T>(
         *rig, 120, [](int b) { return b == 60 ? change(kDirectMode, 1.0) : IPtr<Host::ParameterChanges>(); });
     const auto x = lfeInput<T>(120 * kBlock);
@@ -148,8 +148,8 @@ TYPED_TEST(LfeFilter, DirectModeBypassesTheFilter) {
 TYPED_TEST(LfeFilter, WithoutAnInputLfeTheOutputLfeIsFiltered) {
     using T = TypeParam;
     // 5.0 (L R C Ls Rs) to 5.1: whatever the mix gives the LFE output is low-passed.
-    auto plain = converter<T>(0x37, false);
-    auto lowPass = converter<T>(0x37, true);
+    auto plain = converter<T>(Plx::Layout::k5_0, false);
+    auto lowPass = converter<T>(Plx::Layout::k5_0, true);
     const auto none = [](int) { return IPtr<Host::ParameterChanges>(); };
     const auto unfiltered = play<T>(*plain, 80, none)[kLfe];
     const auto heard = play<T>(*lowPass, 80, none)[kLfe];
@@ -160,7 +160,7 @@ TYPED_TEST(LfeFilter, WithoutAnInputLfeTheOutputLfeIsFiltered) {
 
 TYPED_TEST(LfeFilter, ANewRateRebuildsTheFilter) {
     using T = TypeParam;
-    auto rig = converter<T>(0x3F, true);
+    auto rig = converter<T>(Plx::Layout::k5_1, true);
     rig->stop();
     ASSERT_EQ(rig->setup(96000.0, kBlock, sizeof(T) == 4 ? Plx::kSample32 : Plx::kSample64), Plx::kResultOk);
     rig->start();

@@ -116,9 +116,15 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
     std::vector<Plx::SpeakerArrangement> masks;
     for (int b = 0; b < 64; ++b) masks.push_back(1ull << b);
     std::mt19937_64 rng(20261122);
-    for (int k = 0; k < 150; ++k) masks.push_back(rng() & (k % 2 ? ~0ull : 0x3FFFFFFFFFull));
+    for (int k = 0; k < 150; ++k) masks.push_back(rng() & (k % 2 ? ~0ull : (1ull << 38) - 1));
     masks.push_back(0);
-    const Plx::SpeakerArrangement partners[] = {0, 0x3, 0x80000, 0x3F, 0x2D63F, 0x7307FFFF, 0xF00000};
+    const Plx::SpeakerArrangement partners[] = {0,
+                                                Plx::Layout::kStereo,
+                                                Plx::Layout::kMono,
+                                                Plx::Layout::k5_1,
+                                                Plx::Layout::k7_1_4,
+                                                Plx::Layout::k22_2,
+                                                Plx::Layout::kAmbi1};
     // Once the arrangements are set, setters and updates run on the audio
     // thread: they may not allocate.
     auto exercise = [](Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
@@ -148,13 +154,13 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
     for (int k = 0; k < 200; ++k) EXPECT_NO_THROW(exercise(rng(), rng()));
 
     // Indexing outside the grid is a programming fault, and says so.
-    SpeakerGrid grid(0x3F);
+    SpeakerGrid grid(Plx::Layout::k5_1);
     EXPECT_THROW(grid.count(3, 0), std::out_of_range);
     EXPECT_THROW(grid.countOf(0, 3), std::out_of_range);
 }
 
 TEST(MixProperties, UnknownIdsAndParameterRoundTrips) {
-    auto model = makeModel(0x3F, 0x3);
+    auto model = makeModel(Plx::Layout::k5_1, Plx::Layout::kStereo);
     const std::vector<float> before = model->getGainSet()->matrix[0].data;
     for (int id : {-1, 0, 12, 43, 58, 85, 130, 200, 256, 266, 1000}) {
         model->setParamValue(id, 0.3);
@@ -185,8 +191,8 @@ public:
 } // namespace
 
 TEST(MixProperties, DeferredBatchComputesOnce) {
-    auto batched = makeModel<CountingModel>(0x2D63F, 0x3F);
-    auto reference = makeModel(0x2D63F, 0x3F);
+    auto batched = makeModel<CountingModel>(Plx::Layout::k7_1_4, Plx::Layout::k5_1);
+    auto reference = makeModel(Plx::Layout::k7_1_4, Plx::Layout::k5_1);
     batched->mainRuns = 0;
     batched->setDeferred(true);
     for (int id : {ParamId::kCenterLvl, ParamId::kSurroundLvl, ParamId::kTopLvl, ParamId::kSideLvl}) {
@@ -212,13 +218,14 @@ TEST(MixProperties, DeferredBatchComputesOnce) {
 
 TEST(MixProperties, GridsAndChannelMaps) {
     // 22.2: three layers, its ear row 5 / 2 / 3 speakers by zone.
-    SpeakerGrid g222(0x7307FFFF);
+    SpeakerGrid g222(Plx::Layout::k22_2);
     EXPECT_EQ(g222.layers(), 3u);
     EXPECT_EQ(g222.countOf(1, 0) * 100 + g222.countOf(1, 1) * 10 + g222.countOf(1, 2), 523u);
     // Grid order of 5.1 is L C R Ls Rs LFE; the bus order L R C LFE Ls Rs.
-    EXPECT_EQ(makeModel(0x3F, 0x3F)->getGainSet()->inMap, (std::vector<int32_t>{0, 2, 1, 4, 5, 3}));
+    EXPECT_EQ(makeModel(Plx::Layout::k5_1, Plx::Layout::k5_1)->getGainSet()->inMap,
+              (std::vector<int32_t>{0, 2, 1, 4, 5, 3}));
     // An empty arrangement computes nothing and stays safe.
-    EXPECT_EQ(makeModel(0, 0x3F)->getGainSet()->matrix[0].rows, 0);
+    EXPECT_EQ(makeModel(0, Plx::Layout::k5_1)->getGainSet()->matrix[0].rows, 0);
 }
 
 TEST(MixProperties, ScalesAndParameterTable) {

@@ -1,5 +1,4 @@
-// Helpers of the controller tests: a peer that records what the controller
-// sends, processor messages, and state streams written byte by byte.
+// Helpers of the controller tests: the recording peer, processor messages, and state streams written byte by byte.
 #pragma once
 
 #include <bit>
@@ -13,39 +12,11 @@
 #include "host/lib/memory_stream.h"
 #include "host/lib/message.h"
 #include "host/lib/ref_counted.h"
+#include "tests/mix/recording_peer.h"
 
 namespace Tannhofen::MixCtrlTest {
 
-// Stands in for the processor's connection point.
-class RecordingPeer final : public Plx::IConnectionPoint, public Host::RefCounted {
-public:
-    struct Received {
-        std::string id;
-        Plx::SpeakerArrangement arrangement = 0; // "binary", when present
-        int64_t value = -1;                      // the attribute named like the message, when present
-    };
-    Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override {
-        PLX_HOST_ANSWER(iid, obj, Plx::IConnectionPoint)
-        PLX_HOST_ANSWER(iid, obj, Plx::FUnknown)
-        *obj = nullptr;
-        return Plx::kNoInterface;
-    }
-    PLX_HOST_REFCOUNT
-    Plx::tresult connect(Plx::IConnectionPoint*) override { return Plx::kResultOk; }
-    Plx::tresult disconnect(Plx::IConnectionPoint*) override { return Plx::kResultOk; }
-    Plx::tresult notify(Plx::IMessage* message) override {
-        Received r;
-        r.id = message->getMessageID() ? message->getMessageID() : "";
-        const void* data = nullptr;
-        Plx::uint32 size = 0;
-        if (message->getAttributes()->getBinary("binary", &data, &size) == Plx::kResultOk && size == 8)
-            std::memcpy(&r.arrangement, data, 8);
-        message->getAttributes()->getInt(r.id.c_str(), &r.value);
-        messages.push_back(r);
-        return Plx::kResultOk;
-    }
-    std::vector<Received> messages;
-};
+using ::MixTest::RecordingPeer;
 
 // A host message with the given ID (none when empty).
 inline Plx::IPtr<Plx::IMessage> message(const char* id) {

@@ -45,7 +45,7 @@ void expectMatrix(const MMixerModel& model, const Gains& expected, int which = M
 
 TEST(MixConvert, FiveOneToStereoMonoAndBack) {
     // 5.1 bus: L R C LFE Ls Rs.
-    auto down = makeModel(0x3F, 0x3);
+    auto down = makeModel(Plx::Layout::k5_1, Plx::Layout::kStereo);
     // The centre keeps its power at -3 dB per side; the surrounds fold in at the
     // surround level of a fold (0.5); the LFE spreads at sqrt(1 / 2).
     expectMatrix(*down, {{{0, 0}, 1.0f},
@@ -56,24 +56,24 @@ TEST(MixConvert, FiveOneToStereoMonoAndBack) {
                          {{3, 1}, h},
                          {{4, 0}, 0.5f},
                          {{5, 1}, 0.5f}});
-    expectMatrix(*makeModel(0x3, 0x3F), diagonal(2));
-    expectMatrix(*makeModel(0x80000, 0x3F), {{{0, 2}, 1.0f}});
+    expectMatrix(*makeModel(Plx::Layout::kStereo, Plx::Layout::k5_1), diagonal(2));
+    expectMatrix(*makeModel(Plx::Layout::kMono, Plx::Layout::k5_1), {{{0, 2}, 1.0f}});
 
     // To mono, one output speaker takes each input zone at equal power: sqrt(1/3)
     // for the three fronts; the surrounds come in at the fold's surround level.
     const float third = std::sqrt(1.0f / 3.0f);
-    expectMatrix(*makeModel(0x3F, 0x80000), {{{0, 0}, third},
-                                             {{1, 0}, third},
-                                             {{2, 0}, third},
-                                             {{3, 0}, 1.0f},
-                                             {{4, 0}, 0.5f * third},
-                                             {{5, 0}, 0.5f * third}});
+    expectMatrix(*makeModel(Plx::Layout::k5_1, Plx::Layout::kMono), {{{0, 0}, third},
+                                                                     {{1, 0}, third},
+                                                                     {{2, 0}, third},
+                                                                     {{3, 0}, 1.0f},
+                                                                     {{4, 0}, 0.5f * third},
+                                                                     {{5, 0}, 0.5f * third}});
 }
 
 TEST(MixConvert, SevenOneToFiveOne) {
     // 7.1 Music bus: L R C LFE Ls Rs Sl Sr. The sides sit halfway between front
     // and rear.
-    auto model = makeModel(0x63F, 0x3F);
+    auto model = makeModel(Plx::Layout::k7_1Music, Plx::Layout::k5_1);
     expectMatrix(*model, diagonal(6, {{{6, 0}, h}, {{6, 4}, h}, {{7, 1}, h}, {{7, 5}, h}}));
 
     // Direct routing: same bits to same bits, the sides dropped; a pure routing.
@@ -87,7 +87,7 @@ TEST(MixConvert, SevenOneToFiveOne) {
 TEST(MixConvert, SevenOneFourToFiveOneAndStereo) {
     // 7.1.4 bus: L R C LFE Ls Rs Sl Sr Tfl Tfr Trl Trr.
     const float top = std::sqrt(h); // the top level without output tops
-    auto five = makeModel(0x2D63F, 0x3F);
+    auto five = makeModel(Plx::Layout::k7_1_4, Plx::Layout::k5_1);
     // Tops come down to the surrounds at the top level.
     expectMatrix(*five, diagonal(6, {{{6, 0}, h},
                                      {{6, 4}, h},
@@ -100,7 +100,7 @@ TEST(MixConvert, SevenOneFourToFiveOneAndStereo) {
 
     // To stereo: sides at side level times surround level (0.5 * 0.5), rears at
     // the fold's 0.5, tops at top * side * surround level.
-    auto two = makeModel(0x2D63F, 0x3);
+    auto two = makeModel(Plx::Layout::k7_1_4, Plx::Layout::kStereo);
     const float t = top * 0.5f * 0.5f;
     expectMatrix(*two, {{{0, 0}, 1.0f},
                         {{1, 1}, 1.0f},
@@ -200,7 +200,7 @@ TEST(MixConvert, EveryBitHasItsOwnChannel) {
 TEST(MixConvert, FiveZeroFourToSevenOneFour) {
     // 5.0.4 bus: L R C Ls Rs Tfl Tfr Trl Trr. With sides in the output and none
     // in the input, the rears move to y = 0.75, between sides and rears.
-    auto model = makeModel(0x2D037, 0x2D63F);
+    auto model = makeModel(Plx::Layout::k5_0_4, Plx::Layout::k7_1_4);
     // Top rear at y 0.75 over the top's front and rear zones: f = 0.5.
     const float weak = 0.5f * h;
     const float strong = std::sqrt(1.0f - weak * weak);
@@ -246,7 +246,7 @@ TEST(MixConvert, AmbisonicChannelsKeepTheirPlaces) {
 }
 
 TEST(MixConvert, SoloSoloToCenterAndSurroundToFront) {
-    auto model = makeModel(0x3F, 0x3F);
+    auto model = makeModel(Plx::Layout::k5_1, Plx::Layout::k5_1);
     model->setParamValue(ParamId::kInputSoloFirst + 0, 1.0); // L
     expectMatrix(*model, {{{0, 0}, 1.0f}});
     model->setParamValue(ParamId::kInputSoloFirst + 0, 0.0);
@@ -268,18 +268,18 @@ TEST(MixConvert, SoloSoloToCenterAndSurroundToFront) {
     EXPECT_FALSE(model->getSurroundToFront());
 
     // Output solo keeps only the soloed output's column; the LFE input follows.
-    auto down = makeModel(0x3F, 0x3);
+    auto down = makeModel(Plx::Layout::k5_1, Plx::Layout::kStereo);
     down->setParamValue(ParamId::kOutputSoloFirst + 0, 1.0);
     expectMatrix(*down, {{{0, 0}, 1.0f}, {{2, 0}, h}, {{3, 0}, h}, {{4, 0}, 0.5f}});
 
     // A speaker that the input lacks sets its solo flag only.
-    auto stereo = makeModel(0x3, 0x3);
+    auto stereo = makeModel(Plx::Layout::kStereo, Plx::Layout::kStereo);
     stereo->setParamValue(ParamId::kInputSoloFirst + 3, 1.0); // Ls
     EXPECT_TRUE(stereo->isInputSolo(3));
     EXPECT_FALSE(stereo->isInSoloActive());
     expectMatrix(*stereo, diagonal(2));
     // A mono input answers to the centre's solo only.
-    auto mono = makeModel(0x80000, 0x3);
+    auto mono = makeModel(Plx::Layout::kMono, Plx::Layout::kStereo);
     mono->setParamValue(ParamId::kInputSoloFirst + 0, 1.0); // L
     EXPECT_FALSE(mono->isInSoloActive());
     mono->setParamValue(ParamId::kInputSoloFirst + 2, 1.0); // C
@@ -295,21 +295,23 @@ TEST(MixConvert, LfeRowsForEveryLfeCombination) {
     const float q = h * 0.5f;
     const Case cases[] = {
         // none in, one out: each main input at g / numIn.
-        {0x3, 0x3F, {{{0, 3}, 0.5f}, {{1, 3}, 0.5f}}},
+        {Plx::Layout::kStereo, Plx::Layout::k5_1, {{{0, 3}, 0.5f}, {{1, 3}, 0.5f}}},
         // one in, one out.
-        {0x3F, 0x3F, {{{3, 3}, 1.0f}}},
+        {Plx::Layout::k5_1, Plx::Layout::k5_1, {{{3, 3}, 1.0f}}},
         // none in, two out (22.2: LFE at 3, LFE2 at 18): sqrt(1/2) * g / numIn each.
-        {0x3, 0x7307FFFF, {{{0, 3}, q}, {{0, 18}, q}, {{1, 3}, q}, {{1, 18}, q}}},
+        {Plx::Layout::kStereo, Plx::Layout::k22_2, {{{0, 3}, q}, {{0, 18}, q}, {{1, 3}, q}, {{1, 18}, q}}},
         // one in, two out.
-        {0x3F, 0x7307FFFF, {{{3, 3}, h}, {{3, 18}, h}}},
+        {Plx::Layout::k5_1, Plx::Layout::k22_2, {{{3, 3}, h}, {{3, 18}, h}}},
         // two in, two out: the diagonal.
-        {0x7307FFFF, 0x7307FFFF, {{{3, 3}, 1.0f}, {{18, 18}, 1.0f}}},
+        {Plx::Layout::k22_2, Plx::Layout::k22_2, {{{3, 3}, 1.0f}, {{18, 18}, 1.0f}}},
         // one in, none out: to every main output.
-        {0x3F, 0x37, {{{3, 0}, 1.0f}, {{3, 1}, 1.0f}, {{3, 2}, 1.0f}, {{3, 3}, 1.0f}, {{3, 4}, 1.0f}}},
+        {Plx::Layout::k5_1,
+         Plx::Layout::k5_0,
+         {{{3, 0}, 1.0f}, {{3, 1}, 1.0f}, {{3, 2}, 1.0f}, {{3, 3}, 1.0f}, {{3, 4}, 1.0f}}},
         // two in, one out: both share it at equal power; two in, none out: both are dropped.
-        {0x7307FFFF, 0x3F, {{{3, 3}, h}, {{18, 3}, h}}},
-        {0x7307FFFF, 0x2D637, {}},
-        {0x3, 0x3, {}},
+        {Plx::Layout::k22_2, Plx::Layout::k5_1, {{{3, 3}, h}, {{18, 3}, h}}},
+        {Plx::Layout::k22_2, Plx::Layout::k7_0_4, {}},
+        {Plx::Layout::kStereo, Plx::Layout::kStereo, {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.in << " -> " << c.out);
@@ -328,7 +330,7 @@ TEST(MixConvert, LfeRowsForEveryLfeCombination) {
     }
 
     // Direct routing passes the LFE as a bit like any other.
-    auto model = makeModel(0x3F, 0x7307FFFF);
+    auto model = makeModel(Plx::Layout::k5_1, Plx::Layout::k22_2);
     EXPECT_EQ(gain(*model, 3, 3, MixGainSet::kDirect), 1.0f);
     EXPECT_EQ(gain(*model, 3, 18, MixGainSet::kDirect), 0.0f);
 }

@@ -2,32 +2,6 @@
 
 namespace MixTest {
 
-Plx::tresult RecordingPeer::notify(Plx::IMessage* message) {
-    Seen seen;
-    seen.id = message->getMessageID() ? message->getMessageID() : "";
-    Plx::IPlxAttributes* a = message->getAttributes();
-    for (const char* name : {"input", "output", "coefficients", "binary"}) {
-        const void* data = nullptr;
-        uint32_t size = 0;
-        if (a && a->getBinary(name, &data, &size) == Plx::kResultOk)
-            seen.blobs[name].assign(static_cast<const uint8_t*>(data),
-                                    static_cast<const uint8_t*>(data) + size);
-    }
-    for (const char* name : {"changeParams", "matrixSize", "vuMetersProcessing", "flags", "usedAsPanner"}) {
-        int64_t value = 0;
-        if (a && a->getInt(name, &value) == Plx::kResultOk) seen.ints[name] = value;
-    }
-    messages.push_back(std::move(seen));
-    return Plx::kResultOk;
-}
-
-std::vector<Seen> RecordingPeer::withId(const std::string& id) const {
-    std::vector<Seen> found;
-    for (const auto& m : messages)
-        if (m.id == id) found.push_back(m);
-    return found;
-}
-
 Host::Module& MixerRig::module() {
     static std::unique_ptr<Host::Module> loaded = [] {
         std::string error;
@@ -40,7 +14,7 @@ Host::Module& MixerRig::module() {
 
 MixerRig::MixerRig()
     : host(IPtr<Host::HostApplication>::adopt(Host::HostApplication::create())),
-      peer(IPtr<RecordingPeer>::adopt(RecordingPeer::create())),
+      peer(std::make_unique<RecordingPeer>()),
       outChanges(IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create())) {
     component = module().createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
     if (!component) {
@@ -62,11 +36,11 @@ MixerRig::MixerRig()
             Plx::queryInterfaceOf<Plx::IConnectionPoint>(controller.get()));
         RecordingPeer* recorder = peer.get();
         processorPeer = IPtr<Plx::IConnectionPoint>::adopt(Host::ConnectionTap::create(
-            controllerPoint.get(), [recorder](Plx::IMessage* m) { recorder->notify(m); }));
+            controllerPoint.get(), [recorder](Plx::IMessage* m) { recorder->record(m); }));
         EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
         EXPECT_EQ(controllerPoint->connect(point.get()), Plx::kResultOk);
     } else {
-        processorPeer = IPtr<Plx::IConnectionPoint>(peer.get());
+        processorPeer = IPtr<Plx::IConnectionPoint>(peer->point());
         EXPECT_EQ(point->connect(processorPeer.get()), Plx::kResultOk);
     }
     // Let the output changes grow once, as a host's do after its first blocks.

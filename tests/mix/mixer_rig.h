@@ -27,39 +27,13 @@
 #include "host/lib/message.h"
 #include "host/lib/module.h"
 #include "host/lib/parameter_changes.h"
+#include "tests/mix/recording_peer.h"
 #include "tests/support/rt_guard.h"
 
 namespace MixTest {
 
 using namespace Tannhofen;
 using Plx::IPtr;
-
-// One message as the peer saw it: integers and binary attributes by name.
-struct Seen {
-    std::string id;
-    std::map<std::string, int64_t> ints;
-    std::map<std::string, std::vector<uint8_t>> blobs;
-};
-
-// Stands where the controller stands: records what the processor sends.
-class RecordingPeer final : public Plx::IConnectionPoint, public Host::RefCounted {
-public:
-    static RecordingPeer* create() { return new RecordingPeer; }
-    Plx::tresult queryInterface(const Plx::TUID& iid, void** obj) override {
-        PLX_HOST_ANSWER(iid, obj, Plx::IConnectionPoint)
-        PLX_HOST_ANSWER(iid, obj, Plx::FUnknown)
-        *obj = nullptr;
-        return Plx::kNoInterface;
-    }
-    PLX_HOST_REFCOUNT
-    Plx::tresult connect(Plx::IConnectionPoint*) override { return Plx::kResultOk; }
-    Plx::tresult disconnect(Plx::IConnectionPoint*) override { return Plx::kResultOk; }
-    Plx::tresult notify(Plx::IMessage* message) override;
-
-    std::vector<Seen> messages;
-    // The messages with this ID, oldest first.
-    std::vector<Seen> withId(const std::string& id) const;
-};
 
 // A block of planar channels with guard samples after each channel.
 template <class T>
@@ -122,7 +96,7 @@ public:
     IPtr<Plx::IComponent> component;
     IPtr<Plx::IAudioProcessor> processor;
     IPtr<Plx::IConnectionPoint> point;
-    IPtr<RecordingPeer> peer;
+    std::unique_ptr<RecordingPeer> peer;
     IPtr<Plx::IPlxEditController> controller; // null when the module has none
     IPtr<Host::ComponentHandler> handler;
     IPtr<Plx::IConnectionPoint> controllerPoint;

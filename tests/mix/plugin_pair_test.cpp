@@ -76,7 +76,7 @@ TEST(MixMorphPair, ArrangementsStateAndRequestsTravelBetweenTheHalves) {
     IPlxEditController* controller = plugin->controller();
 
     // New buses reach the controller: 5.1 to 5.1 offers LRC, LRC+LFE, 5.0, 5.1.
-    SpeakerArrangement in = 0x3F, out = 0x3F;
+    SpeakerArrangement in = Plx::Layout::k5_1, out = Plx::Layout::k5_1;
     ASSERT_EQ(plugin->processor()->setBusArrangements(&in, 1, &out, 1), kResultOk);
     ParameterInfo list{};
     ASSERT_EQ(controller->getParameterInfo(130, &list), kResultOk);
@@ -105,7 +105,7 @@ TEST(MixMorphPair, ArrangementsStateAndRequestsTravelBetweenTheHalves) {
     ASSERT_EQ(plugin->component()->setActive(false), kResultOk);
     SpeakerArrangement now = 0;
     ASSERT_EQ(plugin->processor()->getBusArrangement(1, 0, &now), kResultOk);
-    EXPECT_EQ(now, 0x37u);
+    EXPECT_EQ(now, Plx::Layout::k5_0);
     // The controller heard of it: 5.0 is the last of LRC, 5.0.
     EXPECT_DOUBLE_EQ(controller->getParamNormalized(130), 1.0);
 }
@@ -127,11 +127,11 @@ TEST(MixMorphPair, GainMatrixReachesTheControllerOnIdle) {
     ASSERT_EQ(processorPoint->connect(controller), kResultOk);
     ASSERT_EQ(controller->connect(processorPoint.get()), kResultOk);
     // The processor's first buses came with the connection.
-    EXPECT_EQ(controller->getModel().getOutputArrangement(), 0x3Fu);
+    EXPECT_EQ(controller->getModel().getOutputArrangement(), Plx::Layout::k5_1);
 
-    SpeakerArrangement in = 0x3F, out = 0x3;
+    SpeakerArrangement in = Plx::Layout::k5_1, out = Plx::Layout::kStereo;
     ASSERT_EQ(processor->setBusArrangements(&in, 1, &out, 1), kResultOk);
-    EXPECT_EQ(controller->getModel().getOutputArrangement(), 0x3u);
+    EXPECT_EQ(controller->getModel().getOutputArrangement(), Plx::Layout::kStereo);
 
     GainRecorder view;
     controller->setGainView(&view); // asks the processor to publish its matrix

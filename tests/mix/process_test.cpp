@@ -62,7 +62,7 @@ TEST(MixProcess, ConversionsAtDefaultLevels) {
     {
         // 5.1 (L R C LFE Ls Rs) to stereo: centre and LFE at -3 dB to both
         // sides, each surround at half to its side.
-        auto rig = startedRig(0x3F, 0x3, n);
+        auto rig = startedRig(Plx::Layout::k5_1, Plx::Layout::kStereo, n);
         Planar<float> in(6, n), out(2, n);
         fillNoise(in, 1);
         ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
@@ -76,7 +76,7 @@ TEST(MixProcess, ConversionsAtDefaultLevels) {
     {
         // 5.1 to 5.1 is the identity and is copied: an infinity on one channel
         // would turn the others into NaN if they were multiplied.
-        auto rig = startedRig(0x3F, 0x3F, n);
+        auto rig = startedRig(Plx::Layout::k5_1, Plx::Layout::k5_1, n);
         Planar<float> in(6, n), out(6, n);
         fillNoise(in, 2);
         in.at(1, 7) = INFINITY;
@@ -86,7 +86,7 @@ TEST(MixProcess, ConversionsAtDefaultLevels) {
     }
     {
         // Mono to 5.1: the mono channel is the centre, the rest stays silent.
-        auto rig = startedRig(0x80000, 0x3F, n);
+        auto rig = startedRig(Plx::Layout::kMono, Plx::Layout::k5_1, n);
         Planar<float> in(1, n), out(6, n);
         fillNoise(in, 3);
         uint64_t silence = 0;
@@ -101,7 +101,7 @@ TEST(MixProcess, ConversionsAtDefaultLevels) {
 TEST(MixProcess, RampLandsAtSliceEndAndIsClamped) {
     // 48 kHz, 256 samples: one slice of 256. Stereo to stereo is the identity.
     constexpr int n = 256;
-    auto rig = startedRig(0x3, 0x3, n);
+    auto rig = startedRig(Plx::Layout::kStereo, Plx::Layout::kStereo, n);
     Planar<float> in(2, n), out(2, n);
     for (int t = 0; t < n; ++t) in.at(0, t) = in.at(1, t) = 1.0f;
 
@@ -141,7 +141,7 @@ TEST(MixProcess, PointInsideBlockActsInItsSlice) {
     // the level along the line from its old value at 0: slice 0 ends at the
     // value that the line has at 255, slice 1 at the point's value.
     constexpr int n = 512;
-    auto rig = startedRig(0x3, 0x3, n);
+    auto rig = startedRig(Plx::Layout::kStereo, Plx::Layout::kStereo, n);
     Planar<float> in(2, n), out(2, n);
     for (int t = 0; t < n; ++t) in.at(0, t) = in.at(1, t) = 1.0f;
     const double v = levelNormalized(0.8);
@@ -193,18 +193,18 @@ void expectInPlaceSame(Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement ou
 }
 
 TEST(MixProcess, InPlaceBuffersGiveTheSameResult) {
-    expectInPlaceSame(0x3F, 0x3, false);      // general product, fewer outputs
-    expectInPlaceSame(0x80000, 0x3F, false);  // one input
-    expectInPlaceSame(0x3, 0x3F, false);      // two inputs
-    expectInPlaceSame(0x3F, 0x3F, true);      // routing, then direct pass-through
-    expectInPlaceSame(0x37, 0x3F, true);      // direct routing that shifts channels up
-    expectInPlaceSame(0x3F, 0x37, true);      // and down
-    expectInPlaceSame(0x2FE3F, 0x63F, false); // 7.1.6 to 7.1
+    expectInPlaceSame(Plx::Layout::k5_1, Plx::Layout::kStereo, false); // general product, fewer outputs
+    expectInPlaceSame(Plx::Layout::kMono, Plx::Layout::k5_1, false);   // one input
+    expectInPlaceSame(Plx::Layout::kStereo, Plx::Layout::k5_1, false); // two inputs
+    expectInPlaceSame(Plx::Layout::k5_1, Plx::Layout::k5_1, true);     // routing, then direct pass-through
+    expectInPlaceSame(Plx::Layout::k5_0, Plx::Layout::k5_1, true); // direct routing that shifts channels up
+    expectInPlaceSame(Plx::Layout::k5_1, Plx::Layout::k5_0, true); // and down
+    expectInPlaceSame(Plx::Layout::k13_1Auro3D, Plx::Layout::k7_1Music, false); // 7.1.6 to 7.1
 }
 
 TEST(MixProcess, SilentInputKeepsInPlaceOutputsAndFlagsAll) {
     constexpr int n = 128;
-    auto rig = startedRig(0x3, 0x3F, n);
+    auto rig = startedRig(Plx::Layout::kStereo, Plx::Layout::k5_1, n);
     Planar<float> in(2, n);
     fillNoise(in, 5);
     Planar<float> out(6, n);
@@ -222,11 +222,11 @@ TEST(MixProcess, SilentInputKeepsInPlaceOutputsAndFlagsAll) {
 
 TEST(MixProcess, SixtyFourBitMatchesThirtyTwoBit) {
     constexpr int n = 384;
-    for (auto [inArr, outArr] : {std::pair<uint64_t, uint64_t>{0x3F, 0x3},
-                                 {0x80000, 0x3F},
-                                 {0x3, 0x3F},
-                                 {0x2FE3F, 0x63F},
-                                 {0x3F, 0x3F}}) {
+    for (auto [inArr, outArr] : {std::pair<uint64_t, uint64_t>{Plx::Layout::k5_1, Plx::Layout::kStereo},
+                                 {Plx::Layout::kMono, Plx::Layout::k5_1},
+                                 {Plx::Layout::kStereo, Plx::Layout::k5_1},
+                                 {Plx::Layout::k13_1Auro3D, Plx::Layout::k7_1Music},
+                                 {Plx::Layout::k5_1, Plx::Layout::k5_1}}) {
         auto rig32 = startedRig(inArr, outArr, n, Plx::kSample32);
         auto rig64 = startedRig(inArr, outArr, n, Plx::kSample64);
         const int ins = rig32->inputs();
@@ -255,7 +255,7 @@ TEST(MixProcess, BlockProductEqualsPerSampleMix) {
     // block, and so is a ramp; the sums over inputs worked out here sample by
     // sample must agree within float rounding.
     constexpr int n = 512;
-    constexpr uint64_t k222 = 0x7307FFFF, k714 = 0x2D63F; // 22.2, 7.1.4
+    constexpr uint64_t k222 = Plx::Layout::k22_2, k714 = Plx::Layout::k7_1_4; // 22.2, 7.1.4
     auto rig = startedRig(k222, k714, n);
     ASSERT_EQ(rig->busArrangement(Plx::kInput), k222);
     const int ins = rig->inputs();
@@ -306,7 +306,7 @@ TEST(MixProcess, BlockProductEqualsPerSampleMix) {
 TEST(MixProcess, MetersReachTheirIds) {
     constexpr int n = 480; // 48000 / 25 = 1920 samples per meter value: every fourth block,
                            // counting the silent block that starts the rig
-    auto rig = startedRig(0x3F, 0x3, n);
+    auto rig = startedRig(Plx::Layout::k5_1, Plx::Layout::kStereo, n);
     rig->send(Mix::Msg::kInputVuMeter, Mix::Msg::kInputVuMeter, 1);
     rig->send(Mix::Msg::kOutputVuMeter, Mix::Msg::kOutputVuMeter, 1);
     Planar<float> in(6, n), out(2, n);
@@ -364,7 +364,7 @@ TEST(MixProcess, MetersReachTheirIds) {
 
 TEST(MixProcess, GainMatrixReachesTheControllerOnIdle) {
     constexpr int n = 256;
-    auto rig = startedRig(0x3F, 0x3, n);
+    auto rig = startedRig(Plx::Layout::k5_1, Plx::Layout::kStereo, n);
     Planar<float> in(6, n), out(2, n);
     // Without direct monitoring nothing is published.
     ASSERT_EQ(rig->process(in, out, n), Plx::kResultOk);
@@ -402,7 +402,7 @@ TEST(MixProcess, GainMatrixReachesTheControllerOnIdle) {
 TEST(MixProcess, MalformedBlocksAnswerACodeAndWriteNothing) {
     constexpr int n = 64;
     auto rig = std::make_unique<MixerRig>();
-    ASSERT_EQ(rig->arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(rig->arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     ASSERT_EQ(rig->setup(kRate, n), Plx::kResultOk);
     Planar<float> in(6, n), out(2, n);
     fillNoise(in, 9);

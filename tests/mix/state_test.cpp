@@ -34,15 +34,15 @@ uint64_t blobWord(const Seen& seen, const char* name) {
 TEST(MixBuses, NegotiationCases) {
     MixerRig rig;
     // After initialize: mono in, 5.1 out, both buses labelled "Input".
-    EXPECT_EQ(rig.busArrangement(Plx::kInput), 0x80000u);
-    EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3Fu);
+    EXPECT_EQ(rig.busArrangement(Plx::kInput), Plx::Layout::kMono);
+    EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::k5_1);
     EXPECT_EQ(busName(rig, Plx::kInput), "Input");
     EXPECT_EQ(busName(rig, Plx::kOutput), "Input");
 
-    Plx::SpeakerArrangement in = 0x3, out = 0x3;
+    Plx::SpeakerArrangement in = Plx::Layout::kStereo, out = Plx::Layout::kStereo;
     EXPECT_EQ(rig.processor->setBusArrangements(nullptr, 1, &out, 1), Plx::kInvalidArgument);
     EXPECT_EQ(rig.processor->setBusArrangements(&in, 1, nullptr, 1), Plx::kInvalidArgument);
-    Plx::SpeakerArrangement two[2] = {0x3, 0x3};
+    Plx::SpeakerArrangement two[2] = {Plx::Layout::kStereo, Plx::Layout::kStereo};
     EXPECT_EQ(rig.processor->setBusArrangements(two, 2, &out, 1), Plx::kResultFalse);
     EXPECT_EQ(rig.processor->setBusArrangements(&in, 1, two, 2), Plx::kResultFalse);
     EXPECT_EQ(rig.processor->setBusArrangements(&in, 0, &out, 1), Plx::kResultFalse);
@@ -53,14 +53,21 @@ TEST(MixBuses, NegotiationCases) {
         uint64_t gotIn, gotOut;
     };
     const Case cases[] = {
-        {0x3F, 0x3, Plx::kResultOk, 0x3F, 0x3},
-        {0x7FFFFFF, 0x7, Plx::kResultFalse, 0x3F, 0x7},             // 27 bits in
-        {0x3, 0xFFFFFFFFFull, Plx::kResultFalse, 0x3, 0x3F},        // 36 bits out
-        {0xF00000, 0x3, Plx::kResultFalse, 0x33, 0x3},              // first-order ambisonics in
-        {0x7C000F00000, 0x3F, Plx::kResultFalse, 0x2D037, 0x3F},    // second order
-        {0x3FFC000F00000, 0x3F, Plx::kResultFalse, 0x6F6FF, 0x3F},  // third order
-        {0x3F, 0xF00000, Plx::kResultOk, 0x3F, 0xF00000},           // an ambisonic output stays
-        {0x7307FFFF, 0x2D63F, Plx::kResultOk, 0x7307FFFF, 0x2D63F}, // 22.2 to 7.1.4
+        {Plx::Layout::k5_1, Plx::Layout::kStereo, Plx::kResultOk, Plx::Layout::k5_1, Plx::Layout::kStereo},
+        {(1ull << 27) - 1, Plx::Layout::kLRC, Plx::kResultFalse, Plx::Layout::k5_1,
+         Plx::Layout::kLRC}, // 27 bits in
+        {Plx::Layout::kStereo, (1ull << 36) - 1, Plx::kResultFalse, Plx::Layout::kStereo,
+         Plx::Layout::k5_1}, // 36 bits out
+        {Plx::Layout::kAmbi1, Plx::Layout::kStereo, Plx::kResultFalse, Plx::Layout::kQuadro,
+         Plx::Layout::kStereo}, // first-order ambisonics in
+        {Plx::Layout::kAmbi2, Plx::Layout::k5_1, Plx::kResultFalse, Plx::Layout::k5_0_4,
+         Plx::Layout::k5_1}, // second order
+        {Plx::Layout::kAmbi3, Plx::Layout::k5_1, Plx::kResultFalse,
+         Plx::Layout::k12_2 | Plx::Speaker::Sl | Plx::Speaker::Sr, Plx::Layout::k5_1}, // third order
+        {Plx::Layout::k5_1, Plx::Layout::kAmbi1, Plx::kResultOk, Plx::Layout::k5_1,
+         Plx::Layout::kAmbi1}, // an ambisonic output stays
+        {Plx::Layout::k22_2, Plx::Layout::k7_1_4, Plx::kResultOk, Plx::Layout::k22_2,
+         Plx::Layout::k7_1_4}, // 22.2 to 7.1.4
     };
     for (const Case& c : cases) {
         rig.peer->messages.clear();
@@ -80,7 +87,7 @@ TEST(MixBuses, NegotiationCases) {
     }
     // The same arrangements again: nothing to do, no message.
     rig.peer->messages.clear();
-    EXPECT_EQ(rig.arrange(0x7307FFFF, 0x2D63F), Plx::kResultOk);
+    EXPECT_EQ(rig.arrange(Plx::Layout::k22_2, Plx::Layout::k7_1_4), Plx::kResultOk);
     EXPECT_TRUE(rig.peer->messages.empty());
     // Sample sizes.
     EXPECT_EQ(rig.processor->canProcessSampleSize(Plx::kSample32), Plx::kResultOk);
@@ -99,18 +106,18 @@ TEST(MixBuses, MessagesWaitForThePeer) {
         IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
     auto point =
         IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
-    Plx::SpeakerArrangement a = 0x3F, b = 0x3, c = 0x7;
+    Plx::SpeakerArrangement a = Plx::Layout::k5_1, b = Plx::Layout::kStereo, c = Plx::Layout::kLRC;
     processor->setBusArrangements(&a, 1, &b, 1);
     processor->setBusArrangements(&a, 1, &c, 1);
     auto graph =
         IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(component.get()));
     ASSERT_TRUE(graph);
     graph->setGraphLocation(0, 4); // not sent: no peer yet, and it doesn't wait
-    auto peer = IPtr<RecordingPeer>::adopt(RecordingPeer::create());
-    ASSERT_EQ(point->connect(peer.get()), Plx::kResultOk);
+    auto peer = std::make_unique<RecordingPeer>();
+    ASSERT_EQ(point->connect(peer->point()), Plx::kResultOk);
     ASSERT_EQ(peer->messages.size(), 2u);
-    EXPECT_EQ(blobWord(peer->messages[0], Msg::kOutput), 0x3u);
-    EXPECT_EQ(blobWord(peer->messages[1], Msg::kOutput), 0x7u);
+    EXPECT_EQ(blobWord(peer->messages[0], Msg::kOutput), Plx::Layout::kStereo);
+    EXPECT_EQ(blobWord(peer->messages[1], Msg::kOutput), Plx::Layout::kLRC);
     // The idle handler runs only while active; connect asked for the processing state.
     EXPECT_EQ(host->idleHandlerCount(), 0u);
     component->setActive(1);
@@ -128,7 +135,7 @@ TEST(MixBuses, MessagesWaitForThePeer) {
     component->setActive(0);
     EXPECT_EQ(host->idleHandlerCount(), 0u);
     EXPECT_EQ(processor->setProcessing(1), Plx::kResultFalse);
-    point->disconnect(peer.get());
+    point->disconnect(peer->point());
     component->terminate();
 }
 
@@ -192,7 +199,7 @@ void setLevels(MixerRig& rig, std::initializer_list<std::pair<Plx::ParamID, doub
 
 TEST(MixState, WrittenAndReadBackWithTheSameLevels) {
     MixerRig a;
-    ASSERT_EQ(a.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(a.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     setLevels(
         a,
         {{kCenterLvl, 0.6}, {kSurroundLvl, 0.9}, {kGlobalLvl, 0.5}, {133, 1.0}, {135, 0.3}, {137, 2.0 / 3}});
@@ -205,8 +212,8 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels) {
     ASSERT_TRUE(s.complete);
     EXPECT_EQ(s.names, (std::vector<std::string>{"centerLvl", "surroundLvl", "globalLvl", "lPFilter",
                                                  "sideLvl", "topLvl", "bottomLvl", "activePartsMM"}));
-    EXPECT_EQ(s.in, 0x3Fu);
-    EXPECT_EQ(s.out, 0x3u);
+    EXPECT_EQ(s.in, Plx::Layout::k5_1);
+    EXPECT_EQ(s.out, Plx::Layout::kStereo);
     // Plain values: decibels of the level scale, -180 for silence; a bool; an integer.
     EXPECT_EQ(s.values.at(128).first, 1);
     EXPECT_NEAR(s.values.at(128).second, dB(levelLinear(0.6)), 1e-4);
@@ -220,7 +227,7 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels) {
     // A fresh processor with the same buses takes it without a restart and
     // writes the same levels back.
     MixerRig b;
-    ASSERT_EQ(b.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(b.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     b.peer->messages.clear();
     ASSERT_EQ(b.loadState(bytes), Plx::kResultOk);
     EXPECT_TRUE(b.peer->withId(Msg::kRestartComponent).empty());
@@ -248,12 +255,12 @@ TEST(MixState, WrittenAndReadBackWithTheSameLevels) {
 
 TEST(MixState, OtherArrangementsTakeTheRestartPath) {
     MixerRig source;
-    ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(source.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     const auto bytes = source.saveState();
     {
         // Inactive: the state's output is applied at once and the host is asked to restart.
         MixerRig rig;
-        ASSERT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
+        ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
         rig.peer->messages.clear();
         ASSERT_EQ(rig.loadState(bytes), Plx::kResultOk);
         auto restart = rig.peer->withId(Msg::kRestartComponent);
@@ -262,14 +269,14 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath) {
         // The controller passes it on to the host.
         ASSERT_TRUE(rig.controller);
         EXPECT_EQ(std::count(rig.handler->restarts.begin(), rig.handler->restarts.end(), 2), 1);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kStereo);
         auto bus = rig.peer->withId(Msg::kBusArrangements);
         ASSERT_EQ(bus.size(), 1u);
         EXPECT_EQ(bus[0].ints["changeParams"], 0); // the controller keeps the loaded levels
         // The host restarts with what it reads back; the wish is fulfilled.
-        EXPECT_EQ(rig.arrange(0x3F, rig.busArrangement(Plx::kOutput)), Plx::kResultOk);
-        EXPECT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3Fu);
+        EXPECT_EQ(rig.arrange(Plx::Layout::k5_1, rig.busArrangement(Plx::kOutput)), Plx::kResultOk);
+        EXPECT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::k5_1);
     }
     {
         // A state before the first negotiation: the host's first output is
@@ -277,29 +284,29 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath) {
         MixerRig rig;
         ASSERT_EQ(rig.loadState(bytes), Plx::kResultOk);
         EXPECT_TRUE(rig.peer->withId(Msg::kRestartComponent).empty());
-        EXPECT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultFalse);
-        EXPECT_EQ(rig.busArrangement(Plx::kInput), 0x3Fu);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
-        EXPECT_EQ(rig.arrange(0x3F, 0x3), Plx::kResultOk);
-        EXPECT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3Fu);
+        EXPECT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultFalse);
+        EXPECT_EQ(rig.busArrangement(Plx::kInput), Plx::Layout::k5_1);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kStereo);
+        EXPECT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
+        EXPECT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::k5_1);
     }
     {
         // Active: the wish waits for setActive(false).
         MixerRig rig;
-        ASSERT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
+        ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
         ASSERT_EQ(rig.setup(48000.0, 256), Plx::kResultOk);
         rig.start();
         ASSERT_EQ(rig.loadState(bytes), Plx::kResultOk);
         EXPECT_EQ(rig.peer->withId(Msg::kRestartComponent).size(), 1u);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3Fu);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::k5_1);
         rig.stop();
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kStereo);
     }
     {
         // In the host's panner slot the wish is given up.
         MixerRig rig;
-        ASSERT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
+        ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
         rig.start();
         auto graph =
             IPtr<Plx::IGraphLocation>::adopt(Plx::queryInterfaceOf<Plx::IGraphLocation>(rig.component.get()));
@@ -307,18 +314,18 @@ TEST(MixState, OtherArrangementsTakeTheRestartPath) {
         ASSERT_EQ(rig.loadState(bytes), Plx::kResultOk);
         EXPECT_TRUE(rig.peer->withId(Msg::kRestartComponent).empty());
         rig.stop();
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3Fu);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::k5_1);
     }
     {
         // The editor asks for another output: at once while inactive.
         MixerRig rig;
-        ASSERT_EQ(rig.arrange(0x3F, 0x3F), Plx::kResultOk);
-        const uint64_t want = 0x7;
+        ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::k5_1), Plx::kResultOk);
+        const uint64_t want = Plx::Layout::kLRC;
         EXPECT_EQ(rig.sendBinary(Msg::kRequestedOutputArrangement, Msg::kBinary, &want, 8), Plx::kResultOk);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x7u);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kLRC);
         // A short attribute counts as 0 and changes nothing.
         EXPECT_EQ(rig.sendBinary(Msg::kRequestedOutputArrangement, Msg::kBinary, &want, 4), Plx::kResultOk);
-        EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x7u);
+        EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kLRC);
     }
 }
 
@@ -329,12 +336,12 @@ std::vector<uint8_t> withInt32(std::vector<uint8_t> bytes, size_t at, int32_t va
 
 TEST(MixState, MalformedStreams) {
     MixerRig source;
-    ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(source.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     setLevels(source, {{kCenterLvl, 0.6}, {kSurroundLvl, 0.9}, {kGlobalLvl, 0.5}});
     const auto good = source.saveState();
 
     MixerRig rig;
-    ASSERT_EQ(rig.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     const auto before = rig.saveState();
     EXPECT_EQ(rig.component->setState(nullptr), Plx::kResultFalse);
     EXPECT_EQ(rig.loadState({}), Plx::kResultFalse);
@@ -350,11 +357,11 @@ TEST(MixState, MalformedStreams) {
     EXPECT_EQ(rig.loadState(format1), Plx::kResultOk);
     EXPECT_NEAR(parse(rig.saveState()).values.at(128).second, dB(levelLinear(0.6)), 1e-4);
     EXPECT_TRUE(rig.peer->withId(Msg::kRestartComponent).empty());
-    EXPECT_EQ(rig.busArrangement(Plx::kOutput), 0x3u);
+    EXPECT_EQ(rig.busArrangement(Plx::kOutput), Plx::Layout::kStereo);
 
     // Truncated inside the second record: the first one is taken, the rest not.
     MixerRig cut;
-    ASSERT_EQ(cut.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(cut.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     const size_t firstRecord = 16 + 2 + 4 + 10 + 4 + 8;
     std::vector<uint8_t> truncated(good.begin(), good.begin() + firstRecord + 9);
     EXPECT_EQ(cut.loadState(truncated), Plx::kResultOk);
@@ -372,10 +379,10 @@ TEST(MixState, MalformedStreams) {
 
 TEST(MixState, RandomAndMutatedStreams) {
     MixerRig source;
-    ASSERT_EQ(source.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(source.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     const auto good = source.saveState();
     MixerRig rig;
-    ASSERT_EQ(rig.arrange(0x3F, 0x3), Plx::kResultOk);
+    ASSERT_EQ(rig.arrange(Plx::Layout::k5_1, Plx::Layout::kStereo), Plx::kResultOk);
     std::mt19937 random(2024);
     auto byte = [&] { return static_cast<uint8_t>(random()); };
     int answered = 0;
