@@ -202,8 +202,12 @@ void MMixerBaseModel::recomputeMutes() {
 
 void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
                                float y, float z, bool flat) {
+    panPoint(matrix, row, outMap, x, y, z, flat, panOptions());
+}
+
+void MMixerBaseModel::panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x,
+                               float y, float z, bool flat, const PanOptions& options) {
     if (!matrix.allocated || row < 0 || row >= matrix.rows) return;
-    const PanOptions options = panOptions();
     const float m = flat ? 0.0f : divergenceShare(activeLayers, heightDivergence);
 
     float top = 1.0f, side = 1.0f, rear = 1.0f, bottom = 1.0f;

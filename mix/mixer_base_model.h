@@ -120,6 +120,9 @@ public:
     // and three-speaker rules that depend on them).
     void panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
                   float z, bool flat);
+    // The same with the model's rules already at hand, for loops over many points.
+    void panPoint(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,
+                  float z, bool flat, const PanOptions& options);
 
 protected:
     void panLayer(MixMatrix& matrix, int32_t row, const std::vector<int32_t>& outMap, float x, float y,

@@ -196,6 +196,7 @@ void MMixerModel::updateMain(bool direct) {
                               inGrid.usedZones(SpeakerGrid::kTop) == 1 && !centerSolo;
         const bool rearOnSides =
             (inputArr & Spk::Ls) && !(inputArr & Spk::Sl) && (outputArr & Spk::Sl) && (outputArr & Spk::Ls);
+        const PanOptions options = panOptions();
         int32_t ch = 0;
         for (uint32_t l = 0; l < inGrid.layers(); ++l) {
             // Each row of the input stands at its own height: bottom 0, ear
@@ -216,7 +217,7 @@ void MMixerModel::updateMain(bool direct) {
                     // exactly (16 ambisonic channels stand 1/15 apart).
                     const float x = spread ? static_cast<float>(k) / static_cast<float>(count - 1) : 0.5f;
                     const int32_t row = gainSet->inMap[static_cast<size_t>(ch)];
-                    panPoint(mat, row, gainSet->outMap, x, y, z, false);
+                    panPoint(mat, row, gainSet->outMap, x, y, z, false, options);
                     if (outSoloActive) clearUnsoloedOutputs(mat, row);
                     // "Surround To Front" puts the folded surrounds in place of the fronts.
                     if ((rearFold && j == 0) || (inSoloActive && inChannelSolo[static_cast<size_t>(ch)] == 0))

@@ -16,39 +16,6 @@ float rootOf(float v) {
 
 } // namespace
 
-Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted) {
-    Neighbours nb;
-    for (int32_t k = 0; k < n; ++k) {
-        if (muted[k]) continue;
-        if (k <= lo || nb.lower < 0) nb.lower = k;
-        nb.upper = k;
-        if (k >= hi) break;
-    }
-    return nb;
-}
-
-Neighbours chooseNeighbours(float p, int32_t n, const uint8_t* muted) {
-    const float q = static_cast<float>(n - 1) * p;
-    const auto lo = static_cast<int32_t>(std::trunc(q));
-    const int32_t hi = lo == n - 1 ? lo : lo + 1;
-    Neighbours nb = walkNeighbours(lo, hi, n, muted);
-    if (nb.upper > nb.lower)
-        nb.blend = 2.0f * (q - static_cast<float>(nb.lower)) / static_cast<float>(nb.upper - nb.lower) - 1.0f;
-    return nb;
-}
-
-float divergenceShare(uint32_t n, float spread) {
-    return n > 0 ? std::sqrt(1.0f / static_cast<float>(n)) * spread : 0.0f;
-}
-
-PairGains pairGains(float f, float m, uint32_t active) {
-    const float A = 1.0f - (static_cast<float>(active) - 2.0f) * m * m;
-    const float D = std::sqrt(A / 2.0f) - m;
-    const float up = (1.0f + f) * D + m;
-    const float low = (1.0f - f) * D + m;
-    return {f < 0.0f ? rootOf(A - up * up) : low, f > 0.0f ? rootOf(A - low * low) : up, m};
-}
-
 ThreeSpeakerGains threeSpeakerGains(float f, float v, float m, uint32_t active) {
     const float A = 1.0f - (static_cast<float>(active) - 2.0f) * m * m;
     const float s = std::sqrt(A / 2.0f);

@@ -19,6 +19,8 @@
 // output's one ring through ringGain.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 namespace Tannhofen::Mix {
@@ -39,17 +41,17 @@ struct Neighbours {
 // nonzero `muted` byte are skipped. With q = (n - 1) * p, the walk looks for
 // the last unmuted item at or below trunc(q) and the first at or above the
 // next one; at p = 1 both targets are the last item.
-Neighbours chooseNeighbours(float p, int32_t n, const uint8_t* muted);
+inline Neighbours chooseNeighbours(float p, int32_t n, const uint8_t* muted);
 
 // The walk of chooseNeighbours between two given items `lo` and `hi`,
 // without the blend: `lower` is the last unmuted item up to `lo` (or the
 // first unmuted one), `upper` the first unmuted item from `hi` on (or the
 // last unmuted one).
-Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted);
+inline Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted);
 
 // sqrt(1 / n) * spread: the even share of each of n items at a divergence
 // `spread` (0 is a point, 1 spreads evenly); 0 for no items.
-float divergenceShare(uint32_t n, float spread);
+inline float divergenceShare(uint32_t n, float spread);
 
 // Gains of one constant-power step between two neighbours.
 struct PairGains {
@@ -63,7 +65,7 @@ struct PairGains {
 // D = sqrt(A / 2) - m, the raw gains are (1 - f) * D + m below and
 // (1 + f) * D + m above; the stronger side takes the power complement
 // sqrt(A - weaker^2), so that the pair sums to A exactly.
-PairGains pairGains(float f, float m, uint32_t active);
+inline PairGains pairGains(float f, float m, uint32_t active);
 
 // Gains of the three-speaker law: the outer pair and the middle speaker.
 struct ThreeSpeakerGains {
@@ -82,5 +84,43 @@ ThreeSpeakerGains threeSpeakerGains(float f, float v, float m, uint32_t active);
 // one ring reaches it: surroundLvl ^ d, taken as 10 ^ (d * log10(surroundLvl))
 // in single precision; exactly 1 on the ring.
 float ringGain(float d, float surroundLvl);
+
+// The small steps run for every layer, zone and speaker of every point, and
+// are defined here so that the model's loops can inline them.
+
+inline Neighbours walkNeighbours(int32_t lo, int32_t hi, int32_t n, const uint8_t* muted) {
+    Neighbours nb;
+    for (int32_t k = 0; k < n; ++k) {
+        if (muted[k]) continue;
+        if (k <= lo || nb.lower < 0) nb.lower = k;
+        nb.upper = k;
+        if (k >= hi) break;
+    }
+    return nb;
+}
+
+inline Neighbours chooseNeighbours(float p, int32_t n, const uint8_t* muted) {
+    const float q = static_cast<float>(n - 1) * p;
+    const auto lo = static_cast<int32_t>(std::trunc(q));
+    const int32_t hi = lo == n - 1 ? lo : lo + 1;
+    Neighbours nb = walkNeighbours(lo, hi, n, muted);
+    if (nb.upper > nb.lower)
+        nb.blend = 2.0f * (q - static_cast<float>(nb.lower)) / static_cast<float>(nb.upper - nb.lower) - 1.0f;
+    return nb;
+}
+
+inline float divergenceShare(uint32_t n, float spread) {
+    return n > 0 ? std::sqrt(1.0f / static_cast<float>(n)) * spread : 0.0f;
+}
+
+inline PairGains pairGains(float f, float m, uint32_t active) {
+    // Square roots of the power left, with the rounding residue below zero as zero.
+    auto root = [](float v) { return std::sqrt(std::max(v, 0.0f)); };
+    const float A = 1.0f - (static_cast<float>(active) - 2.0f) * m * m;
+    const float D = std::sqrt(A / 2.0f) - m;
+    const float up = (1.0f + f) * D + m;
+    const float low = (1.0f - f) * D + m;
+    return {f < 0.0f ? root(A - up * up) : low, f > 0.0f ? root(A - low * low) : up, m};
+}
 
 } // namespace Tannhofen::Mix
