@@ -28,6 +28,18 @@ void blockProduct(int32_t ins, int32_t outs, const double* gains, const double* 
                 ld);
 }
 
+// The elements of `m` as T: the float data itself, or converted into `converted`.
+template <class T>
+const T* elementsAs(const MixMatrix& m, std::vector<T>& converted) {
+    if constexpr (std::is_same_v<T, float>) {
+        (void)converted;
+        return m.data.data();
+    } else {
+        DSP::Vec::convert(m.data.data(), converted.data(), m.data.size());
+        return converted.data();
+    }
+}
+
 } // namespace
 
 GainApplier::~GainApplier() {
@@ -124,28 +136,6 @@ int32_t GainApplier::startRamp(const MixMatrix& target, float invSliceLength, fl
 }
 
 template <class T>
-const T* GainApplier::gainsAs(BlockScratch<T>& s) {
-    if constexpr (std::is_same_v<T, float>) {
-        (void)s;
-        return current.data.data();
-    } else {
-        DSP::Vec::convert(current.data.data(), s.gains.data(), current.data.size());
-        return s.gains.data();
-    }
-}
-
-template <class T>
-const T* GainApplier::stepsAs(BlockScratch<T>& s) {
-    if constexpr (std::is_same_v<T, float>) {
-        (void)s;
-        return step.data.data();
-    } else {
-        DSP::Vec::convert(step.data.data(), s.steps.data(), step.data.size());
-        return s.steps.data();
-    }
-}
-
-template <class T>
 void GainApplier::mixRamp(int32_t ins, int32_t outs, T** in, T** out, int32_t t, int32_t len) {
     product(ins, outs, in, out, t, len, true);
     DSP::Vec::addProductC(step.data.data(), static_cast<float>(len), current.data.data(),
@@ -166,8 +156,8 @@ void GainApplier::product(int32_t ins, int32_t outs, T** in, T** out, int32_t t,
         return;
     }
     BlockScratch<T>& s = scratchOf<T>();
-    const T* gains = gainsAs(s);
-    const T* steps = ramp ? stepsAs(s) : nullptr;
+    const T* gains = elementsAs(current, s.gains);
+    const T* steps = ramp ? elementsAs(step, s.steps) : nullptr;
     // All inputs are read before any output is written, so outputs may share
     // memory with inputs.
     if (!ramp && ins > 2 && outs <= kSummedOutputs) {

@@ -87,11 +87,6 @@ private:
     BlockScratch<T>& scratchOf() {
         return std::get<BlockScratch<T>>(scratch);
     }
-    // The gains and steps as T, converted for double.
-    template <class T>
-    const T* gainsAs(BlockScratch<T>& s);
-    template <class T>
-    const T* stepsAs(BlockScratch<T>& s);
     template <class T>
     void product(int32_t ins, int32_t outs, T** in, T** out, int32_t t, int32_t len, bool ramp);
 

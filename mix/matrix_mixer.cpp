@@ -77,7 +77,7 @@ tresult MatrixMixer::initialize(FUnknown* context) {
     return r;
 }
 
-void MatrixMixer::allocateBuffers(int32 ins, int32 outs) {
+void MatrixMixer::allocateBuffers(int32_t ins, int32_t outs) {
     MMixerBase::allocateBuffers(ins, outs);
     lane<float>().inWork.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
     lane<double>().inWork.assign(static_cast<size_t>(ins > 0 ? ins : 0), nullptr);
@@ -89,7 +89,7 @@ void MatrixMixer::freeBuffers() {
     lane<double>().inWork = {};
 }
 
-MatrixMixer::int32 MatrixMixer::lfeChannelOf(SpeakerArrangement mask, int32 lfeCount) {
+int32_t MatrixMixer::lfeChannelOf(SpeakerArrangement mask, int32_t lfeCount) {
     if (lfeCount <= 0 || !(mask & Speaker::LFE)) return -1;
     return channelCount(mask & (Speaker::LFE - 1));
 }
@@ -102,16 +102,16 @@ void MatrixMixer::applyArrangements(SpeakerArrangement in, SpeakerArrangement ou
 
 void MatrixMixer::resetLevels() {
     MMixerBase::resetLevels();
-    for (int32 id : {ParamId::kCenterLvl, ParamId::kSurroundLvl, ParamId::kTopLvl, ParamId::kBottomLvl,
-                     ParamId::kSideLvl})
+    for (int32_t id : {ParamId::kCenterLvl, ParamId::kSurroundLvl, ParamId::kTopLvl, ParamId::kBottomLvl,
+                       ParamId::kSideLvl})
         resetParam(id);
 }
 
-double MatrixMixer::getParamValue(int32 id) {
+double MatrixMixer::getParamValue(int32_t id) {
     return mixModel ? mixModel->getParamValue(id) : -1.0;
 }
 
-void MatrixMixer::setParamValue(int32 id, double value) {
+void MatrixMixer::setParamValue(int32_t id, double value) {
     if (id == ParamId::kDirectMode) {
         directMode = value >= 0.5;
         passThrough = false;
@@ -128,8 +128,8 @@ void MatrixMixer::applyOutputArrangement(SpeakerArrangement out) {
     negotiateArrangements(presentInputArr(), out);
 }
 
-tresult MatrixMixer::setBusArrangements(SpeakerArrangement* inputs, int32 numIns, SpeakerArrangement* outputs,
-                                        int32 numOuts) {
+tresult MatrixMixer::setBusArrangements(SpeakerArrangement* inputs, int32_t numIns,
+                                        SpeakerArrangement* outputs, int32_t numOuts) {
     if (!inputs || !outputs) return kInvalidArgument;
     if (numIns != 1 || numOuts != 1) return kResultFalse;
     tresult result;
@@ -177,7 +177,7 @@ tresult MatrixMixer::notify(IMessage* message) {
         std::strcmp(message->getMessageID(), Msg::kRequestedOutputArrangement) == 0) {
         SpeakerArrangement wanted = 0;
         const void* data = nullptr;
-        uint32 size = 0;
+        uint32_t size = 0;
         IPlxAttributes* attributes = message->getAttributes();
         if (attributes && attributes->getBinary(Msg::kBinary, &data, &size) == kResultOk && data &&
             size == sizeof wanted)
@@ -218,7 +218,7 @@ tresult MatrixMixer::setProcessing(TBool state) {
 }
 
 template <class T>
-void MatrixMixer::setupLfeFilter(double rate, int32 block) {
+void MatrixMixer::setupLfeFilter(double rate, int32_t block) {
     if (std::fabs(rate) <= kRateTolerance || block <= 0) return;
     LfeLane<T>& l = lane<T>();
     if (filterDiffers(l.filter.get(), rate, block)) {
@@ -234,7 +234,7 @@ void MatrixMixer::setLfeFilterActive(bool state) {
 }
 
 template <class T>
-bool MatrixMixer::runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32 len, bool on) {
+bool MatrixMixer::runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32_t len, bool on) {
     if (on) {
         filter.setFilterOff(false);
         filter.processMono(&filter, data, data, len);
@@ -261,8 +261,8 @@ bool MatrixMixer::filterAndMix(MixSlice<T>& slice) {
         std::copy(slice.in, slice.in + n, l.inWork.begin());
         slice.in = l.inWork.data();
     }
-    const int32 start = slice.start(sliceLength);
-    const int32 len = std::min(sliceLength, slice.numSamples - start);
+    const int32_t start = slice.start(sliceLength);
+    const int32_t len = std::min(sliceLength, slice.numSamples - start);
     const bool inputSide = lfeInChannel >= 0 && lfeInChannel < slice.ins;
     if (inputSide && len > 0 && work && l.filter && l.buffer && start + len <= l.filter->blockSize) {
         const bool on = mixModel && mixModel->getLowPass() && !directMode;

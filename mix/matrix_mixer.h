@@ -29,20 +29,20 @@ public:
     tresult notify(Plx::IMessage* message) override;
     tresult setActive(Plx::TBool state) override;
     tresult setState(Plx::IPlxStream* stream) override;
-    tresult setBusArrangements(SpeakerArrangement* inputs, int32 numIns, SpeakerArrangement* outputs,
-                               int32 numOuts) override;
+    tresult setBusArrangements(SpeakerArrangement* inputs, int32_t numIns, SpeakerArrangement* outputs,
+                               int32_t numOuts) override;
     tresult setupProcessing(Plx::PlxProcessSetup* setup) override;
     tresult setProcessing(Plx::TBool state) override;
 
     bool setVersion(int32_t version) override;
 
     MMixerModel* getMixModel() const { return mixModel.get(); }
-    int32 getLfeInChannel() const { return lfeInChannel; }
-    int32 getLfeOutChannel() const { return lfeOutChannel; }
+    int32_t getLfeInChannel() const { return lfeInChannel; }
+    int32_t getLfeOutChannel() const { return lfeOutChannel; }
     SpeakerArrangement getRequestedOutputArr() const { return requestedOutputArr; }
 
     // The restart flag that asks the host to renegotiate the buses.
-    static constexpr Plx::int64 kIoChanged = 2;
+    static constexpr int64_t kIoChanged = 2;
 
 protected:
     ~MatrixMixer() override;
@@ -50,14 +50,14 @@ protected:
     void createModel() override;
     void deleteModel() override;
     bool acceptInputArrangement(SpeakerArrangement& arr) override;
-    void allocateBuffers(int32 ins, int32 outs) override;
+    void allocateBuffers(int32_t ins, int32_t outs) override;
     void freeBuffers() override;
     void applyArrangements(SpeakerArrangement in, SpeakerArrangement out) override;
     void resetLevels() override;
     bool processSlice(MixSlice<float>& slice) override;
     bool processSlice(MixSlice<double>& slice) override;
-    double getParamValue(int32 id) override;
-    void setParamValue(int32 id, double value) override;
+    double getParamValue(int32_t id) override;
+    void setParamValue(int32_t id, double value) override;
 
 private:
     // What the LFE filter needs in one sample type: the filter, the filtered
@@ -68,7 +68,7 @@ private:
     struct LfeLane {
         std::unique_ptr<DSP::WideFrame::FilterFade<T>> filter;
         T* buffer = nullptr;
-        int32 length = 0;
+        int32_t length = 0;
         std::vector<T*> inWork;
     };
     template <class T>
@@ -79,24 +79,24 @@ private:
     // Builds the LFE filter of the setup's sample size when the rate or the
     // block size changed, and sizes the LFE buffer.
     template <class T>
-    void setupLfeFilter(double rate, int32 block);
+    void setupLfeFilter(double rate, int32_t block);
     void setLfeFilterActive(bool state);
     // Runs the filter over `len` samples of `data` in place, switched on or
     // off as `on` says; false when it is off and settled, and nothing ran.
     template <class T>
-    bool runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32 len, bool on);
+    bool runLfeFilter(DSP::WideFrame::FilterFade<T>& filter, T* data, int32_t len, bool on);
     // The LFE steps of one slice around the base's mix.
     template <class T>
     bool filterAndMix(MixSlice<T>& slice);
     // The channel of the LFE (bit LFE) on one side, or -1.
-    static int32 lfeChannelOf(SpeakerArrangement mask, int32 lfeCount);
+    static int32_t lfeChannelOf(SpeakerArrangement mask, int32_t lfeCount);
     // Applies `out` with the present input, as a restart does.
     void applyOutputArrangement(SpeakerArrangement out);
 
     Plx::IPtr<MMixerModel> mixModel;
     SpeakerArrangement requestedOutputArr = 0;
-    int32 lfeInChannel = -1;
-    int32 lfeOutChannel = -1;
+    int32_t lfeInChannel = -1;
+    int32_t lfeOutChannel = -1;
     bool arrangementsSet = false;
     std::tuple<LfeLane<float>, LfeLane<double>> lanes;
     bool filterBypassed = true; // switched off and faded out: the LFE passes untouched

@@ -10,10 +10,10 @@ namespace Tannhofen::Mix {
 namespace {
 
 // Reads and drops `length` bytes, in pieces.
-bool skipBytes(Plx::PlxStreamer& in, Plx::int32 length) {
+bool skipBytes(Plx::PlxStreamer& in, int32_t length) {
     char piece[256];
     while (length > 0) {
-        const Plx::int32 want = length < 256 ? length : 256;
+        const int32_t want = length < 256 ? length : 256;
         if (!in.readRaw(piece, want)) return false;
         length -= want;
     }
@@ -62,7 +62,7 @@ bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const M
         }
     }
     if (ok && version == 2)
-        ok = s.writeInt64(static_cast<Plx::int64>(in)) && s.writeInt64(static_cast<Plx::int64>(out));
+        ok = s.writeInt64(static_cast<int64_t>(in)) && s.writeInt64(static_cast<int64_t>(out));
     return ok;
 }
 
@@ -93,7 +93,7 @@ StateRead readMixParams(Plx::IPlxStream* stream, IParamSetPlainValue& target) {
             break;
         }
         case kKindInt64: {
-            Plx::int64 v = 0;
+            int64_t v = 0;
             if (!s.readInt64(v)) return StateRead::Truncated;
             target.setPlainValue(id, static_cast<double>(v));
             break;
@@ -117,7 +117,7 @@ StateRead readMixParams(Plx::IPlxStream* stream, IParamSetPlainValue& target) {
 }
 
 bool readStateArrangement(Plx::IPlxStream* stream, Plx::SpeakerArrangement& arr) {
-    Plx::int64 value = 0;
+    int64_t value = 0;
     if (!stream || !Plx::PlxStreamer(stream).readInt64(value)) return false;
     arr = static_cast<Plx::SpeakerArrangement>(value);
     return true;

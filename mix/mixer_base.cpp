@@ -25,7 +25,7 @@ float rampStepFor(double rate) {
 
 bool allSilent(const PlxAudioBuffers& bus) {
     if (bus.numChannels <= 0) return false;
-    const uint64 all = bus.numChannels >= 64 ? ~uint64(0) : (uint64(1) << bus.numChannels) - 1;
+    const uint64_t all = bus.numChannels >= 64 ? ~uint64_t(0) : (uint64_t(1) << bus.numChannels) - 1;
     return (bus.silenceFlags & all) == all;
 }
 
@@ -141,7 +141,7 @@ tresult MMixerBase::setProcessing(TBool state) {
     return kNotImplemented;
 }
 
-tresult MMixerBase::setGraphLocation(int32, int32 kind) {
+tresult MMixerBase::setGraphLocation(int32_t, int32_t kind) {
     usedAsPanner = kind == kPannerSlot;
     sendIntMessage(Msg::kGraphLocation, Msg::kUsedAsPanner, usedAsPanner ? 1 : 0);
     return kResultOk;
@@ -157,7 +157,7 @@ void MMixerBase::onIdle() {
 
 // ---- messages -------------------------------------------------------------
 
-void MMixerBase::sendIntMessage(const char* id, const char* attribute, int64 value) {
+void MMixerBase::sendIntMessage(const char* id, const char* attribute, int64_t value) {
     if (!getPeer()) return;
     IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
     if (!message) return;
@@ -172,9 +172,9 @@ void MMixerBase::sendGainMatrix(const MixMatrix& matrix) {
     if (!message) return;
     message->setMessageID(Msg::kGainMatrix);
     if (IPlxAttributes* a = message->getAttributes()) {
-        a->setInt(Msg::kMatrixSize, static_cast<int64>(matrix.data.size()));
+        a->setInt(Msg::kMatrixSize, static_cast<int64_t>(matrix.data.size()));
         a->setBinary(Msg::kCoefficients, matrix.data.data(),
-                     static_cast<uint32>(matrix.data.size() * sizeof(float)));
+                     static_cast<uint32_t>(matrix.data.size() * sizeof(float)));
     }
     sendMessage(message.get());
 }
@@ -202,8 +202,8 @@ tresult MMixerBase::notify(IMessage* message) {
     IPlxAttributes* attributes = message->getAttributes();
     // A missing attribute or one of another type counts as 0.
     auto intOf = [attributes](const char* name) {
-        int64 value = 0;
-        if (!attributes || attributes->getInt(name, &value) != kResultOk) return int64(0);
+        int64_t value = 0;
+        if (!attributes || attributes->getInt(name, &value) != kResultOk) return int64_t(0);
         return value;
     };
     if (std::strcmp(id, Msg::kInputVuMeter) == 0) {
@@ -243,8 +243,8 @@ SpeakerArrangement MMixerBase::presentOutputArr() {
     return bus ? bus->getArrangement() : 0;
 }
 
-tresult MMixerBase::setBusArrangements(SpeakerArrangement* inputs, int32 numIns, SpeakerArrangement* outputs,
-                                       int32 numOuts) {
+tresult MMixerBase::setBusArrangements(SpeakerArrangement* inputs, int32_t numIns,
+                                       SpeakerArrangement* outputs, int32_t numOuts) {
     if (!inputs || !outputs) return kInvalidArgument;
     if (numIns != 1 || numOuts != 1) return kResultFalse;
     return negotiateArrangements(inputs[0], outputs[0]);
@@ -297,13 +297,13 @@ void MMixerBase::resetLevels() {
     resetParam(ParamId::kLfeLevel);
 }
 
-void MMixerBase::resetParam(int32 id) {
+void MMixerBase::resetParam(int32_t id) {
     if (model) setParamValue(id, model->getDefault(id));
 }
 
 // ---- buffers --------------------------------------------------------------
 
-void MMixerBase::allocateBuffers(int32 ins, int32 outs) {
+void MMixerBase::allocateBuffers(int32_t ins, int32_t outs) {
     freeBuffers();
     numInChannels = std::max(ins, 0);
     numOutChannels = std::max(outs, 0);
@@ -323,7 +323,7 @@ void MMixerBase::freeBuffers() {
 void MMixerBase::sizeProcessBuffers() {
     if (!applier.ready()) return;
     // 32-bit scratch always; the 64-bit one for a 64-bit setup.
-    const int32 block = processSetup.maxSamplesPerBlock;
+    const int32_t block = processSetup.maxSamplesPerBlock;
     applier.sizeScratch<float>(block);
     if (processSetup.symbolicSampleSize == kSample64)
         applier.sizeScratch<double>(block);
@@ -331,7 +331,7 @@ void MMixerBase::sizeProcessBuffers() {
         applier.releaseScratch<double>();
 }
 
-tresult MMixerBase::canProcessSampleSize(int32 symbolicSampleSize) {
+tresult MMixerBase::canProcessSampleSize(int32_t symbolicSampleSize) {
     return symbolicSampleSize == kSample32 || symbolicSampleSize == kSample64 ? kResultOk : kResultFalse;
 }
 
@@ -347,11 +347,11 @@ tresult MMixerBase::setupProcessing(PlxProcessSetup* setup) {
     if (r != kResultOk) return r;
     computeSlices(processSetup.maxSamplesPerBlock, true);
     if (!sliceQueues) {
-        int32 sliced = 0;
-        for (int32 i = 0; paramInfo && i < paramInfo->count(); ++i)
+        int32_t sliced = 0;
+        for (int32_t i = 0; paramInfo && i < paramInfo->count(); ++i)
             if (!(paramInfo->row(i).flags & ParamInfoRecord::kNotSliced)) ++sliced;
         bool automatable = false;
-        for (int32 i = 0; paramInfo && i < paramInfo->count(); ++i)
+        for (int32_t i = 0; paramInfo && i < paramInfo->count(); ++i)
             automatable |= (paramInfo->row(i).flags & ParamInfoRecord::kAutomatable) != 0;
         if (automatable) sliceQueues = std::make_unique<SliceParamQueues>(sliceCount, sliced);
     } else {
@@ -361,12 +361,12 @@ tresult MMixerBase::setupProcessing(PlxProcessSetup* setup) {
     return kResultOk;
 }
 
-void MMixerBase::computeSlices(int32 numSamples, bool forced) {
+void MMixerBase::computeSlices(int32_t numSamples, bool forced) {
     if (!forced && numSamples == sliceBlockSize) return;
     const float scaled = static_cast<float>(numSamples) * 1000.0f;
     const double rate = processSetup.sampleRate;
-    sliceCount = std::max(1, static_cast<int32>(std::round(scaled / (rate * kSliceMs))));
-    sliceLength = static_cast<int32>(std::ceil(static_cast<double>(numSamples) / sliceCount));
+    sliceCount = std::max(1, static_cast<int32_t>(std::round(scaled / (rate * kSliceMs))));
+    sliceLength = static_cast<int32_t>(std::ceil(static_cast<double>(numSamples) / sliceCount));
     if (sliceLength < 1) sliceLength = 1;
     invSliceLength = static_cast<float>(1.0 / sliceLength);
     sliceBlockSize = numSamples;
@@ -400,16 +400,16 @@ void MMixerBase::publishIfAsked(bool hadChanges) {
 
 void MMixerBase::processParameterChanges(IPlxParameterChanges* changes) {
     if (!model) return;
-    const int32 count = changes ? changes->getParameterCount() : 0;
+    const int32_t count = changes ? changes->getParameterCount() : 0;
     if (count > 0) {
         model->setDeferred(true);
-        for (int32 q = 0; q < count; ++q) {
+        for (int32_t q = 0; q < count; ++q) {
             IParamValueQueue* queue = changes->getParameterData(q);
-            const int32 points = queue ? queue->getPointCount() : 0;
-            int32 offset = 0;
+            const int32_t points = queue ? queue->getPointCount() : 0;
+            int32_t offset = 0;
             ParamValue value = 0.0;
             if (points > 0 && queue->getPoint(points - 1, &offset, &value) == kResultOk)
-                setParamValue(static_cast<int32>(queue->getParameterId()), value);
+                setParamValue(static_cast<int32_t>(queue->getParameterId()), value);
         }
         model->setDeferred(false);
     }
@@ -497,7 +497,7 @@ tresult MMixerBase::process(PlxProcessData* data) {
 
 template <class T>
 tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
-    const int32 n = data.numSamples;
+    const int32_t n = data.numSamples;
     // What the buffers must be before anything is written: the negotiated
     // channels, real pointers, and no more samples than set up for.
     if (!data.inputs || !data.outputs || data.numInputs < 1 || data.numOutputs < 1 || n < 0 ||
@@ -506,8 +506,8 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     if (!applier.hasScratch<T>()) return kResultFalse;
     PlxAudioBuffers& inBus = data.inputs[0];
     PlxAudioBuffers& outBus = data.outputs[0];
-    const int32 ins = numInChannels;
-    const int32 outs = numOutChannels;
+    const int32_t ins = numInChannels;
+    const int32_t outs = numOutChannels;
     // A bus may carry channels that the model has no place for (an ambisonic
     // output, say): they are read as nothing and written as silence.
     if (inBus.numChannels < std::max(ins, 1) || outBus.numChannels < std::max(outs, 1))
@@ -515,9 +515,9 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     T** in = channelsOf<T>(inBus);
     T** out = channelsOf<T>(outBus);
     if (!in || !out) return kInvalidArgument;
-    for (int32 i = 0; i < ins; ++i)
+    for (int32_t i = 0; i < ins; ++i)
         if (!in[i]) return kInvalidArgument;
-    for (int32 o = 0; o < outBus.numChannels; ++o)
+    for (int32_t o = 0; o < outBus.numChannels; ++o)
         if (!out[o]) return kInvalidArgument;
     IPlxParameterChanges* changes = data.inputParameterChanges;
     const bool hadChanges = changes && changes->getParameterCount() > 0;
@@ -525,10 +525,10 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     if (allSilent(inBus)) {
         if (meters.in.active) MixMeters::quiet(meters.in);
         processParameterChanges(changes);
-        for (int32 o = 0; o < outs; ++o)
+        for (int32_t o = 0; o < outs; ++o)
             if (o >= ins || in[o] != out[o]) DSP::Vec::zero(out[o], static_cast<size_t>(n));
         if (meters.out.active) MixMeters::quiet(meters.out);
-        outBus.silenceFlags = ~uint64(0);
+        outBus.silenceFlags = ~uint64_t(0);
     } else {
         if (meters.in.active) meters.measure(meters.in, in, ins, n);
         // Slices follow every block size, with or without parameter changes,
@@ -537,12 +537,12 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
         if (sliceQueues) {
             sliceQueues->clearAll();
             if (hadChanges)
-                sliceQueues->fill(changes, n, sliceLength, [this](int32 id) { return getParamValue(id); });
+                sliceQueues->fill(changes, n, sliceLength, [this](int32_t id) { return getParamValue(id); });
         }
         bool changed = true;
         bool silent = true;
-        const int64 startTime = projectTime;
-        for (int32 s = 0; s < sliceCount && s * sliceLength < n; ++s) {
+        const int64_t startTime = projectTime;
+        for (int32_t s = 0; s < sliceCount && s * sliceLength < n; ++s) {
             projectTime = startTime + std::min((s + 1) * sliceLength, n) - 1;
             MixSlice<T> slice{ins, outs, in, out, s, n, &changed, &silent};
             if (!processSlice(slice)) return kResultFalse;
@@ -550,25 +550,25 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
         outBus.silenceFlags = 0;
         if (meters.out.active) {
             meters.measure(meters.out, out, outs, n);
-            for (int32 o = 0; o < outs && o < 64; ++o)
-                if (meters.out.level[static_cast<size_t>(o)] == 0.0f) outBus.silenceFlags |= uint64(1) << o;
+            for (int32_t o = 0; o < outs && o < 64; ++o)
+                if (meters.out.level[static_cast<size_t>(o)] == 0.0f) outBus.silenceFlags |= uint64_t(1) << o;
         } else if (silent) {
             const MixMatrix& gains = applier.gains();
-            for (int32 o = 0; o < outs && o < 64; ++o) {
+            for (int32_t o = 0; o < outs && o < 64; ++o) {
                 bool quiet = true;
-                for (int32 i = 0; i < ins && quiet; ++i) {
+                for (int32_t i = 0; i < ins && quiet; ++i) {
                     const bool inputSilent = i < 64 && (inBus.silenceFlags >> i) & 1;
                     quiet = inputSilent || gains.at(i, o) == 0.0f;
                 }
-                if (quiet) outBus.silenceFlags |= uint64(1) << o;
+                if (quiet) outBus.silenceFlags |= uint64_t(1) << o;
             }
         }
     }
 
     // After the mix, which may still have read them in place.
-    for (int32 o = outs; o < outBus.numChannels; ++o) {
+    for (int32_t o = outs; o < outBus.numChannels; ++o) {
         DSP::Vec::zero(out[o], static_cast<size_t>(n));
-        if (o < 64) outBus.silenceFlags |= uint64(1) << o;
+        if (o < 64) outBus.silenceFlags |= uint64_t(1) << o;
     }
 
     meters.advance(n, data.outputParameterChanges, forceSend);
@@ -600,21 +600,21 @@ bool MMixerBase::runSlice(MixSlice<T>& slice) {
     const MixMatrix* target = activeMatrix();
     const MixMatrix& gains = applier.gains();
     if (!target || !target->allocated || target->data.size() != gains.data.size()) return false;
-    const int32 start = slice.start(sliceLength);
-    const int32 end = std::min(start + sliceLength, slice.numSamples);
+    const int32_t start = slice.start(sliceLength);
+    const int32_t end = std::min(start + sliceLength, slice.numSamples);
     if (start >= end) return true;
-    const int32 ins = slice.ins, outs = slice.outs;
+    const int32_t ins = slice.ins, outs = slice.outs;
     if (passThrough) {
         GainApplier::passThroughCopy(ins, outs, slice.in, slice.out, start, end - start);
         return true;
     }
 
-    int32 t = start;
+    int32_t t = start;
     if (*slice.changed) {
         // The ramp: one step per sample towards the target while any element
         // lies farther than the gain tolerance from it, then once more onto
         // it exactly. Its samples are mixed as one block.
-        const int32 steps = applier.startRamp(*target, invSliceLength, maxRampStep, end - start);
+        const int32_t steps = applier.startRamp(*target, invSliceLength, maxRampStep, end - start);
         if (steps > 0) {
             applier.mixRamp(ins, outs, slice.in, slice.out, start, steps);
             *slice.silent = false;

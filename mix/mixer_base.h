@@ -53,11 +53,10 @@ public:
 
     using SpeakerArrangement = Plx::SpeakerArrangement;
     using tresult = Plx::tresult;
-    using int32 = Plx::int32;
 
     // The milliseconds of one slice of an audio block.
     static constexpr double kSliceMs = 5.34;
-    static constexpr int32 kMaxBusBits = 26;
+    static constexpr int32_t kMaxBusBits = 26;
 
     // The arrangement that stands in for one that the processor can't take.
     static SpeakerArrangement remap(SpeakerArrangement mask);
@@ -74,14 +73,14 @@ public:
     tresult setState(Plx::IPlxStream* stream) override;
     tresult getState(Plx::IPlxStream* stream) override;
     // IAudioProcessor
-    tresult setBusArrangements(SpeakerArrangement* inputs, int32 numIns, SpeakerArrangement* outputs,
-                               int32 numOuts) override;
-    tresult canProcessSampleSize(int32 symbolicSampleSize) override;
+    tresult setBusArrangements(SpeakerArrangement* inputs, int32_t numIns, SpeakerArrangement* outputs,
+                               int32_t numOuts) override;
+    tresult canProcessSampleSize(int32_t symbolicSampleSize) override;
     tresult setupProcessing(Plx::PlxProcessSetup* setup) override;
     tresult setProcessing(Plx::TBool state) override;
     tresult process(Plx::PlxProcessData* data) override;
     // IGraphLocation
-    tresult setGraphLocation(int32 location, int32 kind) override;
+    tresult setGraphLocation(int32_t location, int32_t kind) override;
     // IIdleHandler
     void onIdle() override;
 
@@ -100,8 +99,8 @@ public:
     bool isRestartPending() const { return restartPending; }
     SpeakerArrangement getStateInputArr() const { return stateInputArr; }
     SpeakerArrangement getStateOutputArr() const { return stateOutputArr; }
-    int32 getSliceCount() const { return sliceCount; }
-    int32 getSliceLength() const { return sliceLength; }
+    int32_t getSliceCount() const { return sliceCount; }
+    int32_t getSliceLength() const { return sliceLength; }
     float getMaxRampStep() const { return maxRampStep; }
     bool isPassThrough() const { return passThrough; }
     bool isUsedAsPanner() const { return usedAsPanner; }
@@ -115,7 +114,7 @@ protected:
     virtual void deleteModel() = 0;
     // May change `arr`; false refuses the arrangement as it came.
     virtual bool acceptInputArrangement(SpeakerArrangement& arr) = 0;
-    virtual void allocateBuffers(int32 ins, int32 outs);
+    virtual void allocateBuffers(int32_t ins, int32_t outs);
     virtual void freeBuffers();
     virtual void sendBusArrangements(SpeakerArrangement in, SpeakerArrangement out, bool changeParams);
     virtual void applyArrangements(SpeakerArrangement in, SpeakerArrangement out);
@@ -125,9 +124,9 @@ protected:
     // sample type, both running one template.
     virtual bool processSlice(MixSlice<float>& slice);
     virtual bool processSlice(MixSlice<double>& slice);
-    virtual double getParamValue(int32 id) = 0;
-    virtual void setParamValue(int32 id, double value) = 0;
-    virtual void resetParam(int32 id);
+    virtual double getParamValue(int32_t id) = 0;
+    virtual void setParamValue(int32_t id, double value) = 0;
+    virtual void resetParam(int32_t id);
 
     // Steps of the bus negotiation after the argument checks: remaps, new
     // buses, model and buffers, the message to the controller.
@@ -137,7 +136,7 @@ protected:
 
     // Slices of a block of `numSamples`; unless forced, nothing happens for
     // the block size that the slices already have.
-    void computeSlices(int32 numSamples, bool forced);
+    void computeSlices(int32_t numSamples, bool forced);
 
     // The matrix in force (matrix 1 of the gain set in direct mode, else 0),
     // its routing and whether it is a pure routing.
@@ -146,21 +145,21 @@ protected:
     bool activeIsSimple() const;
 
     // Messages, sent only to a connected peer (bus arrangements wait for one).
-    void sendIntMessage(const char* id, const char* attribute, Plx::int64 value);
+    void sendIntMessage(const char* id, const char* attribute, int64_t value);
     void sendGainMatrix(const MixMatrix& matrix);
 
     Plx::IPtr<MMixerBaseModel> model;
     const MixParamTable* paramInfo;
     SpeakerArrangement stateInputArr = 0;
     SpeakerArrangement stateOutputArr = 0;
-    Plx::int64 projectTime = 0;
-    Plx::uint32 transportState = 0;
+    int64_t projectTime = 0;
+    uint32_t transportState = 0;
     bool restartPending = false;
     bool active = false;
     bool processing = false;
     bool usedAsPanner = false;
     double invSampleRate;
-    int32 stateVersion = 0;
+    int32_t stateVersion = 0;
     std::vector<Plx::IPtr<Plx::IMessage>> pendingMessages;
     bool unrestricted = false;
     bool directMode = false;
@@ -170,10 +169,10 @@ protected:
     GainPublisher publisher;
     float maxRampStep;
     MixMeters meters;
-    int32 sliceCount = 0;
-    int32 sliceLength = 0;
+    int32_t sliceCount = 0;
+    int32_t sliceLength = 0;
     float invSliceLength = 0.0f;
-    int32 sliceBlockSize = 0;
+    int32_t sliceBlockSize = 0;
     std::unique_ptr<SliceParamQueues> sliceQueues;
     bool sameArrangement = false;
     bool passThrough = false;
@@ -189,8 +188,8 @@ private:
     void sizeProcessBuffers();
     void registerIdle(bool on);
 
-    int32 numInChannels = 0;
-    int32 numOutChannels = 0;
+    int32_t numInChannels = 0;
+    int32_t numOutChannels = 0;
     bool idleRegistered = false;
 };
 

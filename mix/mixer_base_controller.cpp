@@ -45,7 +45,7 @@ bool parseNumber(const char16* text, double& value) {
 } // namespace
 
 int64_t MMixerBaseController::intAttribute(IMessage* message, const char* name) {
-    int64 value = 0;
+    int64_t value = 0;
     IPlxAttributes* attributes = message->getAttributes();
     if (!attributes || attributes->getInt(name, &value) != kResultOk) return 0;
     return value;
@@ -162,7 +162,7 @@ tresult MMixerBaseController::notify(IMessage* message) {
     if (std::strcmp(id, Msg::kGainMatrix) == 0) {
         const int64_t size = intAttribute(message, Msg::kMatrixSize);
         const void* data = nullptr;
-        uint32 bytes = 0;
+        uint32_t bytes = 0;
         IPlxAttributes* attributes = message->getAttributes();
         if (!attributes || attributes->getBinary(Msg::kCoefficients, &data, &bytes) != kResultOk || !data)
             bytes = 0;
@@ -173,7 +173,7 @@ tresult MMixerBaseController::notify(IMessage* message) {
         return kResultOk;
     }
     if (std::strcmp(id, Msg::kRestartComponent) == 0)
-        return restartComponent(static_cast<int32>(intAttribute(message, Msg::kFlags)));
+        return restartComponent(static_cast<int32_t>(intAttribute(message, Msg::kFlags)));
     if (std::strcmp(id, Msg::kNChannels) == 0) {
         auto count = [&](const char* name) {
             return static_cast<size_t>(

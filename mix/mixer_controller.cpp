@@ -17,7 +17,7 @@ using namespace Plx;
 namespace {
 
 constexpr double kDoubleTolerance = 2.220446049250313e-16;
-constexpr int32 kNivoraProductCodes[] = {28000, 30000};
+constexpr int32_t kNivoraProductCodes[] = {28000, 30000};
 // The buses that the processor starts with: mono in, 5.1 out.
 constexpr SpeakerArrangement kFirstInput = Plx::Layout::kMono;
 constexpr SpeakerArrangement kFirstOutput = Plx::Layout::k5_1;
@@ -37,7 +37,7 @@ SpeakerArrangement soloMask(SpeakerArrangement mask) {
 bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& arr) {
     arr = 0;
     const void* data = nullptr;
-    uint32 size = 0;
+    uint32_t size = 0;
     IPlxAttributes* attributes = message->getAttributes();
     if (!attributes || attributes->getBinary(name, &data, &size) != kResultOk || !data || size != sizeof arr)
         return false;
@@ -78,9 +78,9 @@ MMixerController::~MMixerController() {
 
 tresult MMixerController::initialize(FUnknown* context) {
     IPtr<IPlxHostInfo> hostInfo = IPtr<IPlxHostInfo>::adopt(queryInterfaceOf<IPlxHostInfo>(context));
-    int32 productCode = 0;
+    int32_t productCode = 0;
     if (hostInfo && hostInfo->getProductCode(&productCode) == kResultOk)
-        for (int32 code : kNivoraProductCodes) isNivora = isNivora || productCode == code;
+        for (int32_t code : kNivoraProductCodes) isNivora = isNivora || productCode == code;
 
     const tresult result = MMixerBaseController::initialize(context);
     if (result != kResultOk) return result;
@@ -139,8 +139,8 @@ Parameter* MMixerController::createTableParameter(const ParamInfoRecord& row) {
     if (row.type != ParamInfoRecord::kList) return MMixerBaseController::createTableParameter(row);
     // The output format: one step per entry of the list, text from the list.
     const std::u16string title = utf8ToUtf16(row.title);
-    const int32 flags = ParameterInfo::kIsList |
-                        ((row.flags & ParamInfoRecord::kAutomatable) ? ParameterInfo::kCanAutomate : 0);
+    const int32_t flags = ParameterInfo::kIsList |
+                          ((row.flags & ParamInfoRecord::kAutomatable) ? ParameterInfo::kCanAutomate : 0);
     return new Parameter(title.c_str(), static_cast<ParamID>(row.id), nullptr, 0.0, 0, flags);
 }
 
@@ -244,7 +244,7 @@ void MMixerController::updateSoloModes() {
     writeEditorParam(EditorParamId::kInOutputSoloMode, model->isOutSoloActive() ? 1.0 : 0.0);
 }
 
-void MMixerController::update(FUnknown* changedUnknown, int32 message) {
+void MMixerController::update(FUnknown* changedUnknown, int32_t message) {
     if (changedUnknown != static_cast<IDependent*>(model.get())) {
         MMixerBaseController::update(changedUnknown, message);
         return;

@@ -40,7 +40,7 @@ public:
     const char* getEditorName(const char* name) const override;
 
     // The model's change messages: solos cleared, or a present speaker's solo changed.
-    void update(Plx::FUnknown* changedUnknown, Plx::int32 message) override;
+    void update(Plx::FUnknown* changedUnknown, int32_t message) override;
 
     // New arrangements from the processor: the model, the format list, the
     // editor's speaker sets and, with `changeParams`, the default levels.
