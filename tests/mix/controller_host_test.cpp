@@ -19,7 +19,9 @@
 #include "host/lib/host_application.h"
 #include "host/lib/memory_stream.h"
 #include "host/lib/module.h"
+#include "tests/mix/controller_rig.h"
 #include "tests/mix/mixctrl_test_util.h"
+#include "tests/mix/mixer_rig.h"
 
 using namespace Tannhofen;
 using namespace Tannhofen::Plx;
@@ -31,25 +33,7 @@ constexpr double kInvE = 0.41503749927884376; // the level scale's exponent
 
 class ControllerFromModule : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string error;
-        module = Host::Module::load(PLX_MODULE_PATH, &error);
-        ASSERT_TRUE(module) << error;
-        controller = module->createInstance<IPlxEditController>(kMatrixMixerControllerUID);
-        ASSERT_TRUE(controller);
-        ASSERT_EQ(controller->initialize(host->unknown()), kResultOk);
-        ASSERT_EQ(controller->setComponentHandler(handler.get()), kResultOk);
-        point = IPtr<IConnectionPoint>::adopt(queryInterfaceOf<IConnectionPoint>(controller.get()));
-        ASSERT_TRUE(point);
-        ASSERT_EQ(point->connect(peer->point()), kResultOk);
-        handler->clear();
-    }
-    void TearDown() override {
-        if (point) point->disconnect(peer->point());
-        if (controller) controller->terminate();
-        point.reset();
-        controller.reset();
-    }
+    void SetUp() override { ASSERT_TRUE(controller); }
 
     ParameterInfo info(ParamID id) {
         ParameterInfo i{};
@@ -88,13 +72,13 @@ protected:
         return rounds;
     }
 
-    IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
-    IPtr<Host::ComponentHandler> handler =
-        IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
-    std::unique_ptr<RecordingPeer> peer = std::make_unique<RecordingPeer>();
-    std::unique_ptr<Host::Module> module;
-    IPtr<IPlxEditController> controller;
-    IPtr<IConnectionPoint> point;
+    MixTest::ControllerRig<IPlxEditController> rig{
+        MixTest::MixerRig::module().createInstance<IPlxEditController>(kMatrixMixerControllerUID)};
+    IPtr<Host::HostApplication>& host = rig.host;
+    IPtr<Host::ComponentHandler>& handler = rig.handler;
+    std::unique_ptr<RecordingPeer>& peer = rig.peer;
+    IPtr<IPlxEditController>& controller = rig.controller;
+    IPtr<IConnectionPoint>& point = rig.point;
 };
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "host/lib/component_handler.h"
 #include "host/lib/host_application.h"
 #include "mix/mixer_controller.h"
+#include "tests/mix/controller_rig.h"
 #include "tests/mix/mixctrl_test_util.h"
 
 using namespace Tannhofen;
@@ -26,28 +27,14 @@ struct GainRecorder : Mix::IGainView {
     std::vector<float> shown;
 };
 
-// A controller created and initialized as a host does, connected to a recording peer.
-struct Fixture {
-    Fixture() {
-        EXPECT_EQ(controller->initialize(host->unknown()), kResultOk);
-        controller->setComponentHandler(handler.get());
-        controller->connect(peer->point());
-    }
-    ~Fixture() {
-        controller->terminate();
-        controller->release();
-    }
+// The controller class, set up as a host does and connected to a recording peer.
+struct Fixture : MixTest::ControllerRig<MMixerController> {
+    Fixture() : ControllerRig(IPtr<MMixerController>::adopt(new MMixerController)) {}
     double editor(ParamID id) const {
         Parameter* p = controller->getEditorParameter(id);
         EXPECT_NE(p, nullptr) << id;
         return p ? p->getNormalized() : -1.0;
     }
-
-    IPtr<Host::HostApplication> host = IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
-    IPtr<Host::ComponentHandler> handler =
-        IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
-    std::unique_ptr<RecordingPeer> peer = std::make_unique<RecordingPeer>();
-    MMixerController* controller = new MMixerController;
 };
 
 } // namespace
