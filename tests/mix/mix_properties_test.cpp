@@ -130,6 +130,13 @@ TEST(MixProperties, HostMasksNeverRaiseGridErrorsNorAllocate) {
     auto exercise = [](Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
         SCOPED_TRACE(testing::Message() << std::hex << in << " -> " << out);
         auto model = makeModel(in, out);
+        // Whatever the mask, every grid position maps to a bus channel that
+        // the matrix has: positions are clamped to the map.
+        const MixGainSet& set = *model->getGainSet();
+        for (const auto* map : {&set.inMap, &set.outMap}) {
+            const auto size = static_cast<int32_t>(map->size());
+            for (int32_t channel : *map) ASSERT_TRUE(channel >= 0 && channel < size) << channel;
+        }
         RtGuard::arm();
         for (int s = 0; s < Plx::kSpeakerIndexCount; ++s) {
             model->setParamValue(ParamId::kInputSoloFirst + s, 1.0);
