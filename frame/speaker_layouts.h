@@ -61,6 +61,23 @@ constexpr SpeakerArrangement ambisonicChannels(int count) {
     for (int ch = 0; ch < count && ch < 16; ++ch) bits |= ch < 4 ? Ambi0 << ch : Ambi4 << (ch - 4);
     return bits;
 }
+
+// The ambisonic channel (ACN) that bit number `bit` carries, or -1 for a speaker bit.
+constexpr int ambisonicChannel(int bit) {
+    if (bit >= 20 && bit <= 23) return bit - 20;
+    if (bit >= 38 && bit <= 49) return bit - 38 + 4;
+    return -1;
+}
+
+// The label of the speaker on bit number `bit` ("L", "LFE", "Tfl", ...), as
+// the editors print it; null for an ambisonic channel or a bit without a speaker.
+constexpr const char* label(int bit) {
+    constexpr const char* kLabels[38] = {
+        "L",   "R",   "C",   "LFE", "Ls",  "Rs",   "Lc", "Rc",    "Cs",    "Sl",    "Sr",    "Tc",  "Tfl",
+        "Tfc", "Tfr", "Trl", "Trc", "Trr", "LFE2", "M",  nullptr, nullptr, nullptr, nullptr, "Tsl", "Tsr",
+        "Lcs", "Rcs", "Bfl", "Bfc", "Bfr", "Pl",   "Pr", "Bsl",   "Bsr",   "Brl",   "Brc",   "Brr"};
+    return bit >= 0 && bit < 38 ? kLabels[bit] : nullptr;
+}
 } // namespace Speaker
 
 // The named layouts, by the names users know them by.
