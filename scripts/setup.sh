@@ -12,6 +12,7 @@ packages=(
   libgtest-dev googletest libgmock-dev
   libbenchmark-dev
   libzita-convolver-dev
+  lv2-dev lilv-utils sordi   # LV2 headers, lv2info/lv2apply, and sord_validate for lv2_validate
   binutils
 )
 
