@@ -103,6 +103,7 @@ PortLayout describePorts(SpeakerArrangement input, SpeakerArrangement output,
             port.maximum = std::max(lo, hi);
             port.defaultValue = std::clamp(def, port.minimum, port.maximum);
         }
+        port.toggle = port.stepCount == 1 && port.minimum == 0.0 && port.maximum == 1.0;
         port.list = port.stepCount > 0 && (info.flags & ParameterInfo::kIsList);
         if (port.list) {
             for (int32 k = 0; k <= port.stepCount; ++k) {
@@ -119,7 +120,8 @@ PortLayout describePorts(SpeakerArrangement input, SpeakerArrangement output,
 }
 
 double portToNormalized(const ControlPort& port, double value, IPlxEditController* controller) {
-    const double clamped = std::clamp(value, port.minimum, port.maximum);
+    const double clamped =
+        port.toggle ? (value > 0.0 ? 1.0 : 0.0) : std::clamp(value, port.minimum, port.maximum);
     double normalized = port.normalized ? clamped : controller->plainParamToNormalized(port.id, clamped);
     normalized = std::clamp(normalized, 0.0, 1.0);
     if (port.stepCount > 0) normalized = std::round(normalized * port.stepCount) / port.stepCount;

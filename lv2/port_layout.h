@@ -37,6 +37,7 @@ struct ControlPort {
     double defaultValue;
     bool normalized;
     int32_t stepCount;                   // 0 for a continuous parameter
+    bool toggle;                         // off at 0, on at 1: any value above 0 is on
     bool list;                           // stepped, with a text per step
     std::vector<ScalePoint> scalePoints; // of a list: every step with its text
 };
@@ -61,7 +62,8 @@ PortLayout describePorts(Plx::SpeakerArrangement input, Plx::SpeakerArrangement 
 
 // The normalized value of a control port's value: clamped to the port's
 // range, through the parameter's own conversion, and for a stepped
-// parameter on its nearest step. Allocates nothing.
+// parameter on its nearest step; a toggle is on for any value above 0.
+// Allocates nothing.
 double portToNormalized(const ControlPort& port, double value, Plx::IPlxEditController* controller);
 // A normalized value in the port's units.
 double normalizedToPort(const ControlPort& port, double normalized, Plx::IPlxEditController* controller);

@@ -36,7 +36,7 @@ void controlPort(std::ostringstream& out, const ControlPort& port, uint32_t inde
         << "\t\tlv2:default " << turtleNumber(port.defaultValue) << " ;\n"
         << "\t\tlv2:minimum " << turtleNumber(port.minimum) << " ;\n"
         << "\t\tlv2:maximum " << turtleNumber(port.maximum) << " ;\n";
-    if (port.stepCount == 1)
+    if (port.toggle)
         out << "\t\tlv2:portProperty lv2:toggled, lv2:integer ;\n";
     else if (port.list)
         out << "\t\tlv2:portProperty lv2:enumeration, lv2:integer ;\n";
