@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <cstdio>
-#include <cstring>
 
 #include "frame/class_ids.h"
 #include "frame/speaker_arrangement_names.h"
@@ -66,13 +65,6 @@ std::string arrangementName(Plx::SpeakerArrangement arrangement) {
 std::string pluginUri(const Configuration& configuration) {
     return std::string(kUriBase) + configuration.effectSlug + "/" +
            slug(arrangementName(configuration.input)) + "-to-" + slug(arrangementName(configuration.output));
-}
-
-const Configuration* findConfiguration(const char* uri) {
-    if (!uri) return nullptr;
-    for (const Configuration& configuration : kConfigurations)
-        if (pluginUri(configuration) == uri) return &configuration;
-    return nullptr;
 }
 
 } // namespace Tannhofen::Lv2

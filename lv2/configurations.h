@@ -29,7 +29,5 @@ inline constexpr const char* kUriBase = "https://www.tannhofen.de/lv2/";
 std::string arrangementName(Plx::SpeakerArrangement arrangement);
 // The plug-in's URI, e.g. "https://www.tannhofen.de/lv2/mixmorph/5.1-to-stereo".
 std::string pluginUri(const Configuration& configuration);
-// The configuration of `uri`, or null.
-const Configuration* findConfiguration(const char* uri);
 
 } // namespace Tannhofen::Lv2
