@@ -4,6 +4,9 @@
 #include <lv2/buf-size/buf-size.h>
 
 #include <dlfcn.h>
+
+#include "frame/iaudioprocessor.h"
+#include "host/lib/module.h"
 #include <stdexcept>
 
 namespace Lv2Test {
@@ -14,6 +17,17 @@ std::string bundleDir() {
 
 std::string bridgePath() {
     return bundleDir() + "Tannhofen_lv2.so";
+}
+
+bool moduleCreates(const Tannhofen::Plx::FUID& cid) {
+    using namespace Tannhofen;
+    auto module = Host::Module::load(PLX_MODULE_PATH);
+    void* obj = nullptr;
+    if (!module || !module->factory() ||
+        module->factory()->createInstance(cid.toTUID(), Plx::IAudioProcessor::iid, &obj) != Plx::kResultOk)
+        return false;
+    static_cast<Plx::IAudioProcessor*>(obj)->release();
+    return true;
 }
 
 UridMap::UridMap() {

@@ -13,11 +13,16 @@
 #include <string>
 #include <vector>
 
+#include "frame/funknown.h"
+
 namespace Lv2Test {
 
 // The bundle that the build made, and its library.
 std::string bundleDir();
 std::string bridgePath();
+
+// Whether the built module can create the processor of class `cid`.
+bool moduleCreates(const Tannhofen::Plx::FUID& cid);
 
 class UridMap {
 public:

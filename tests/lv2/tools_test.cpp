@@ -7,8 +7,6 @@
 #include <regex>
 
 #include "frame/class_ids.h"
-#include "frame/iaudioprocessor.h"
-#include "host/lib/module.h"
 #include "lv2/configurations.h"
 #include "lv2/port_layout.h"
 #include "tests/host/plx/plx_test_util.h"
@@ -44,16 +42,9 @@ PlxTest::PlxRun tool(const std::string& command) {
 
 // The configurations whose effect the module can create, so that hosts see them.
 std::vector<const Lv2::Configuration*> creatable() {
-    auto module = Host::Module::load(PLX_MODULE_PATH);
     std::vector<const Lv2::Configuration*> result;
-    for (const Lv2::Configuration& config : Lv2::configurations()) {
-        void* obj = nullptr;
-        if (module->factory()->createInstance(config.processorClass.toTUID(), Plx::IAudioProcessor::iid,
-                                              &obj) != Plx::kResultOk)
-            continue;
-        static_cast<Plx::IAudioProcessor*>(obj)->release();
-        result.push_back(&config);
-    }
+    for (const Lv2::Configuration& config : Lv2::configurations())
+        if (Lv2Test::moduleCreates(config.processorClass)) result.push_back(&config);
     return result;
 }
 
