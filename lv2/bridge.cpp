@@ -100,7 +100,7 @@ std::unique_ptr<Bridge> Bridge::create(const Configuration& configuration, doubl
     bridge->controlPorts.assign(controls, nullptr);
     bridge->lastControl.assign(controls, std::numeric_limits<float>::quiet_NaN());
     bridge->inputCopies.assign(ins, std::vector<float>(static_cast<size_t>(bridge->maxBlock), 0.0f));
-    for (std::vector<float>& copy : bridge->inputCopies) bridge->inputPointers.push_back(copy.data());
+    bridge->inputPointers.assign(ins, nullptr);
     bridge->outputPointers.assign(outs, nullptr);
 
     // One queue per control with room for one point, so that run() never grows them.
@@ -112,7 +112,7 @@ std::unique_ptr<Bridge> Bridge::create(const Configuration& configuration, doubl
 }
 
 Bridge::~Bridge() {
-    if (plugin) stop();
+    if (plugin) deactivate();
 }
 
 bool Bridge::keepArrangements() {
@@ -154,7 +154,7 @@ void Bridge::connectPort(uint32_t port, void* data) {
     if (port == layout.latencyIndex()) latencyPort = static_cast<float*>(data);
 }
 
-void Bridge::start() {
+void Bridge::activate() {
     if (active) return;
     plugin->component()->setActive(true);
     plugin->processor()->setProcessing(true);
@@ -163,19 +163,11 @@ void Bridge::start() {
     fresh = true;
 }
 
-void Bridge::stop() {
+void Bridge::deactivate() {
     if (!active) return;
     plugin->processor()->setProcessing(false);
     plugin->component()->setActive(false);
     active = false;
-}
-
-void Bridge::activate() {
-    start();
-}
-
-void Bridge::deactivate() {
-    stop();
 }
 
 void Bridge::flushChanges() {
@@ -192,8 +184,18 @@ void Bridge::silence(uint32_t offset, uint32_t frames) {
         if (out) std::fill(out + offset, out + offset + frames, 0.0f);
 }
 
+bool Bridge::overlapsOutput(const float* in, uint32_t length) const {
+    for (const float* out : outputPointers)
+        if (in < out + length && out < in + length) return true;
+    return false;
+}
+
 void Bridge::run(uint32_t frames) {
     if (latencyPort) *latencyPort = static_cast<float>(latency);
+    if (!active || !buses) {
+        silence(0, frames);
+        return;
+    }
     // Control ports: a changed value becomes a change at sample 0. NaN is no
     // value and is ignored.
     IPlxEditController* controller = plugin->controller();
@@ -204,11 +206,6 @@ void Bridge::run(uint32_t frames) {
         lastControl[i] = value;
         const ControlPort& port = layout.controls[i];
         changes->addChange(port.id, 0, portToNormalized(port, value, controller));
-    }
-    if (!active || !buses) {
-        changes->clear();
-        silence(0, frames);
-        return;
     }
     // The first changes after activation are taken at once, as a host does
     // with the settings of a project before playing: no ramp from the defaults.
@@ -240,9 +237,16 @@ void Bridge::run(uint32_t frames) {
     data.outputs = &outBus;
     for (uint32_t offset = 0; offset < frames;) {
         const uint32_t length = std::min<uint32_t>(frames - offset, static_cast<uint32_t>(maxBlock));
-        for (size_t c = 0; c < inputPorts.size(); ++c)
-            std::copy(inputPorts[c] + offset, inputPorts[c] + offset + length, inputPointers[c]);
         for (size_t c = 0; c < outputPorts.size(); ++c) outputPointers[c] = outputPorts[c] + offset;
+        for (size_t c = 0; c < inputPorts.size(); ++c) {
+            const float* in = inputPorts[c] + offset;
+            if (overlapsOutput(in, length)) {
+                std::copy(in, in + length, inputCopies[c].data());
+                inputPointers[c] = inputCopies[c].data();
+            } else {
+                inputPointers[c] = const_cast<float*>(in); // read, never written
+            }
+        }
         data.numSamples = static_cast<int32>(length);
         data.inputParameterChanges = changes.get();
         if (plugin->processor()->process(&data) != kResultOk) silence(offset, length);
@@ -284,7 +288,7 @@ LV2_State_Status Bridge::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     // As a host loading a project into a running effect: stopped, state,
     // buses checked, started again.
     const bool wasActive = active;
-    stop();
+    deactivate();
     LV2_State_Status status = LV2_STATE_SUCCESS;
     if (plugin->component()->setState(processorState.get()) != kResultOk) {
         status = LV2_STATE_ERR_UNKNOWN;
@@ -319,7 +323,7 @@ LV2_State_Status Bridge::restore(LV2_State_Retrieve_Function retrieve, LV2_State
             static_cast<float>(normalizedToPort(port, controller->getParamNormalized(port.id), controller));
         lastControl[i] = controlPorts[i] && !std::isnan(*controlPorts[i]) ? *controlPorts[i] : restored;
     }
-    if (wasActive) start();
+    if (wasActive) activate();
     return status;
 }
 

@@ -60,14 +60,14 @@ public:
 
 private:
     Bridge() = default;
-    void start();
-    void stop();
     // Makes sure the effect has the configuration's buses, as after a state
     // that asks for others; false when it won't take them back.
     bool keepArrangements();
     // Hands the block's parameter changes over in a block without audio.
     void flushChanges();
     void silence(uint32_t offset, uint32_t frames);
+    // Whether `length` samples from `in` share memory with an output of this block.
+    bool overlapsOutput(const float* in, uint32_t length) const;
 
     Configuration config{};
     std::string uri;
@@ -91,8 +91,8 @@ private:
     float* latencyPort = nullptr;
     // The last value seen on each control port; NaN until one is seen.
     std::vector<float> lastControl;
-    // The inputs copied before processing, so that a host may hand the same
-    // buffer as an input and an output.
+    // Inputs that share memory with an output are copied before processing,
+    // so that a host may hand the same buffer as an input and an output.
     std::vector<std::vector<float>> inputCopies;
     std::vector<float*> inputPointers;
     std::vector<float*> outputPointers;

@@ -143,7 +143,7 @@ Lv2::PortLayout layoutOf(const Lv2::Configuration& config) {
 std::unique_ptr<Lv2Test::Instance> startInstance(const Lv2Test::Library& library,
                                                  const Lv2::Configuration& config,
                                                  const Lv2::PortLayout& layout, double rate = 48000,
-                                                 int32_t maxBlock = 0) {
+                                                 int32_t maxBlock = 0, bool active = true) {
     auto instance = std::make_unique<Lv2Test::Instance>(library, Lv2::pluginUri(config), rate,
                                                         Lv2Test::bundleDir(), maxBlock);
     if (!instance->handle()) return nullptr;
@@ -151,7 +151,7 @@ std::unique_ptr<Lv2Test::Instance> startInstance(const Lv2Test::Library& library
                        static_cast<int>(layout.controls.size()));
     for (size_t i = 0; i < layout.controls.size(); ++i)
         instance->control(static_cast<int>(i)) = static_cast<float>(layout.controls[i].defaultValue);
-    instance->activate();
+    if (active) instance->activate();
     return instance;
 }
 
@@ -183,6 +183,20 @@ TEST(Lv2Bridge, EveryConverterConfigurationRendersLikeTheModuleDrivenDirectly) {
         EXPECT_EQ(instance->latency(),
                   static_cast<float>(DirectEffect(config, 1024, 48000).processor()->getLatencySamples()));
     }
+}
+
+// A host may process in place: outputs on the buffers of inputs.
+TEST(Lv2Bridge, InPlaceBuffersGiveTheSameOutput) {
+    Lv2Test::Library library;
+    const Lv2::Configuration& config = configurationOf(Layout::k5_1, Layout::kStereo);
+    const Lv2::PortLayout layout = layoutOf(config);
+    const Planar input = noise(6, 3000, 41);
+    const Planar expected = renderDirect(config, input, 1024);
+    auto instance = startInstance(library, config, layout);
+    instance->shareBuffer(0, 2); // L out on C in, which both outputs read
+    instance->shareBuffer(1, 0); // R out on L in
+    EXPECT_LT(maxDifference(renderBridge(*instance, input, 2, [] { return 700; }), expected),
+              1e-6 * peak(expected));
 }
 
 // The rates a host may run at, with and without telling its largest block.
@@ -288,6 +302,13 @@ TEST(Lv2Bridge, SavedStateRestoresTheSameOutput) {
     const Planar again = renderBridge(*restored, input, 2, [] { return 1000; });
     EXPECT_LT(maxDifference(again, original), 1e-6 * peak(original));
     EXPECT_GT(maxDifference(again, renderDirect(config, input, 1024)), 1e-2);
+
+    // Restored before activation, as hosts load a session.
+    auto beforeActivation = startInstance(library, config, layout, 48000, 0, false);
+    EXPECT_EQ(beforeActivation->restore(state), LV2_STATE_SUCCESS);
+    beforeActivation->activate();
+    EXPECT_LT(maxDifference(renderBridge(*beforeActivation, input, 2, [] { return 480; }), original),
+              1e-6 * peak(original));
 
     // Ports set to the saved values, as a host restores them, before the state.
     auto hostLike = startInstance(library, config, layout);

@@ -124,7 +124,8 @@ void Instance::deactivate() {
 
 void Instance::run(uint32_t frames, uint32_t offset) {
     for (size_t p = 0; p < audio.size(); ++p)
-        descriptor->connect_port(instance, static_cast<uint32_t>(p), audio[p].data() + offset);
+        descriptor->connect_port(instance, static_cast<uint32_t>(p),
+                                 audio[static_cast<size_t>(bufferOf(static_cast<int>(p)))].data() + offset);
     descriptor->run(instance, frames);
 }
 

@@ -71,7 +71,10 @@ public:
     void setPorts(int inputs, int outputs, int controls);
 
     float* input(int channel) { return audio[static_cast<size_t>(channel)].data(); }
-    float* output(int channel) { return audio[static_cast<size_t>(ins + channel)].data(); }
+    float* output(int channel) { return audio[static_cast<size_t>(bufferOf(ins + channel))].data(); }
+    // Hands output `channel` the buffer of input `input`, as hosts that
+    // process in place do.
+    void shareBuffer(int channel, int input) { shared[ins + channel] = input; }
     float& control(int index) { return controls[static_cast<size_t>(index)]; }
     float latency() const { return latencyValue; }
 
@@ -89,7 +92,12 @@ private:
     LV2_Handle instance = nullptr;
     int ins = 0;
     int outs = 0;
+    int bufferOf(int port) const {
+        const auto it = shared.find(port);
+        return it == shared.end() ? port : it->second;
+    }
     std::vector<std::vector<float>> audio;
+    std::map<int, int> shared; // output port -> input port whose buffer it uses
     std::vector<float> controls;
     float latencyValue = -1.0f;
     int32_t blockOption = 0;
