@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <regex>
+#include <sstream>
 
 #include "frame/class_ids.h"
 #include "lv2/configurations.h"
@@ -61,24 +61,30 @@ struct InfoPort {
     std::string properties;
 };
 
+std::string trimmed(const std::string& text) {
+    const size_t first = text.find_first_not_of(" \t");
+    const size_t last = text.find_last_not_of(" \t");
+    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
+}
+
 // The ports of lv2info's listing, in index order. A field's further values
 // follow on lines of their own.
 std::vector<InfoPort> infoPorts(const std::string& listing) {
     std::vector<InfoPort> ports;
     std::istringstream lines(listing);
-    const std::regex field(R"(^\s+(\w+):\s+(.*)$)");
-    const std::regex more(R"(^\s+(http\S+)$)");
     std::string* list = nullptr; // Type or Properties, which may go on
     for (std::string line; std::getline(lines, line);) {
-        std::smatch m;
+        const std::string text = trimmed(line);
         if (line.rfind("\tPort ", 0) == 0) {
             ports.emplace_back();
             list = nullptr;
-        } else if (ports.empty()) {
+        } else if (ports.empty() || text.empty()) {
             continue;
-        } else if (std::regex_match(line, m, field)) {
+        } else if (text.rfind("http", 0) == 0) {
+            if (list) *list += text + " ";
+        } else if (const size_t colon = text.find(':'); colon != std::string::npos) {
             InfoPort& p = ports.back();
-            const std::string key = m[1], value = m[2];
+            const std::string key = text.substr(0, colon), value = trimmed(text.substr(colon + 1));
             list = key == "Type" ? &p.type : key == "Properties" ? &p.properties : nullptr;
             if (list) *list += value + " ";
             if (key == "Symbol") p.symbol = value;
@@ -86,8 +92,6 @@ std::vector<InfoPort> infoPorts(const std::string& listing) {
             if (key == "Minimum") p.minimum = std::stod(value);
             if (key == "Maximum") p.maximum = std::stod(value);
             if (key == "Default") p.defaultValue = std::stod(value);
-        } else if (list && std::regex_match(line, m, more)) {
-            *list += std::string(m[1]) + " ";
         }
     }
     return ports;
