@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/class_ids.h"
 #include "frame/copy_protection.h"
 #include "frame/text.h"
 
@@ -17,15 +18,13 @@ std::atomic<int32> gLoadCount{0};
 void* gModuleHandle = nullptr;
 
 constexpr int32 kGrowBy = 10;
-constexpr const char* kVendor = "Tannhofen Media Technologies";
-constexpr const char* kVendorUrl = "https://www.tannhofen.de";
 constexpr const char* kVendorEmail = "plugins@tannhofen.de";
 constexpr const char* kClassVersion = "10.0.10.23";
 constexpr const char* kSdkVersion = "PLX 3.7.0";
 
 FactoryInfo makeFactoryInfo() {
     FactoryInfo info;
-    copyBounded(info.vendor, sizeof info.vendor, kVendor);
+    copyBounded(info.vendor, sizeof info.vendor, kVendorName);
     copyBounded(info.url, sizeof info.url, kVendorUrl);
     copyBounded(info.email, sizeof info.email, kVendorEmail);
     info.flags = FactoryInfo::kUnicode;

@@ -209,6 +209,16 @@ bool mixerRemoteNameToId(const char* name, int32_t& id) {
     return baseRemoteNameToId(name, id);
 }
 
+std::string mixerRemoteName(int32_t id) {
+    for (const RemoteName& entry : kSpeakerNames) {
+        if (entry.id == id) return std::string("speaker:") + entry.name;
+        if (entry.id - kOutputSpeakerOffset == id) return std::string("out:speaker:") + entry.name;
+    }
+    for (const RemoteName& entry : kMixerNames)
+        if (entry.id == id) return entry.name;
+    return {};
+}
+
 const char* mixerEditorName(const char* name, bool nivora) {
     if (!name) return nullptr;
     if (std::strcmp(name, "editor") == 0) return nivora ? "MixMorphNivora" : "MixMorphKestra";

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "frame/speaker_arrangement.h"
 #include "mix/param_ids.h"
@@ -41,6 +42,8 @@ const char* editorParamName(int32_t id);
 inline constexpr int32_t kUnknownRemoteId = 1024;
 bool baseRemoteNameToId(const char* name, int32_t& id);
 bool mixerRemoteNameToId(const char* name, int32_t& id);
+// The converter's remote name of a parameter; empty for an id without one.
+std::string mixerRemoteName(int32_t id);
 
 // The view that an editor name resolves to, or null for an unknown name.
 const char* mixerEditorName(const char* name, bool nivora);

@@ -1,10 +1,12 @@
 // The messages that a mix processor and its controller exchange, with their
 // attribute names, and the ids under which the processor reports meter values
-// to the editor. Both sides use these names; they are part of the plug-in's
-// protocol and must not change.
+// to the editor; the meter messages are the editor's own. Both sides use
+// these names; they are part of the plug-in's protocol and must not change.
 #pragma once
 
 #include <cstdint>
+
+#include "editor/meter_protocol.h"
 
 namespace Tannhofen::Mix {
 
@@ -19,20 +21,20 @@ inline constexpr const char* kGainMatrix =
     "gainMatrix"; // "matrixSize" int, "coefficients" float32 row by row
 inline constexpr const char* kMatrixSize = "matrixSize";
 inline constexpr const char* kCoefficients = "coefficients";
-inline constexpr const char* kVuMetersProcessing = "vuMetersProcessing"; // attribute of the same name
-inline constexpr const char* kRestartComponent = "restartComponent";     // "flags"
+inline constexpr const char* kVuMetersProcessing = Editor::MeterMsg::kVuMetersProcessing;
+inline constexpr const char* kRestartComponent = "restartComponent"; // "flags"
 inline constexpr const char* kFlags = "flags";
 inline constexpr const char* kGraphLocation = "graphLocation"; // "usedAsPanner"
 inline constexpr const char* kUsedAsPanner = "usedAsPanner";
-inline constexpr const char* kNChannels = "nChannels"; // "nChannelsIn", "nChannelsOut"
-inline constexpr const char* kNChannelsIn = "nChannelsIn";
-inline constexpr const char* kNChannelsOut = "nChannelsOut";
+inline constexpr const char* kNChannels = Editor::MeterMsg::kNChannels;
+inline constexpr const char* kNChannelsIn = Editor::MeterMsg::kNChannelsIn;
+inline constexpr const char* kNChannelsOut = Editor::MeterMsg::kNChannelsOut;
 
 // Controller to processor.
 inline constexpr const char* kInputVuMeter = "inputVuMeter";   // attribute of the same name
 inline constexpr const char* kOutputVuMeter = "outputVuMeter"; // attribute of the same name
-inline constexpr const char* kResetMaxLevelIn = "resetMaxLevelIn";
-inline constexpr const char* kResetMaxLevelOut = "resetMaxLevelOut";
+inline constexpr const char* kResetMaxLevelIn = Editor::MeterMsg::kResetMaxLevelIn;
+inline constexpr const char* kResetMaxLevelOut = Editor::MeterMsg::kResetMaxLevelOut;
 inline constexpr const char* kEnableDirectMonitoring = "enableDirectMonitoring"; // attribute of the same name
 inline constexpr const char* kRequestedOutputArrangement = "requestedOutputArrangement"; // "binary", 8 bytes
 inline constexpr const char* kBinary = "binary";
@@ -43,7 +45,7 @@ inline constexpr const char* kBinary = "binary";
 namespace MeterId {
 inline constexpr int32_t kInputPeakFirst = 407;  // 407 + input channel, up to 430
 inline constexpr int32_t kOutputPeakFirst = 431; // 431 + output channel, up to 454
-inline constexpr int32_t kMaxChannels = 24;
+inline constexpr int32_t kMaxChannels = Editor::kMaxMeterChannels;
 inline constexpr int32_t kMaxInLevel = 455;
 inline constexpr int32_t kMaxOutLevel = 456;
 } // namespace MeterId

@@ -4,12 +4,14 @@
 // groups, and the pair "Solo To Center" / "Surround To Front", of which at
 // most one is on. Parameters that the controller changes by itself are told
 // to the host; the parameter that the host has just set never is, so no edit
-// comes back as an echo.
+// comes back as an echo. It answers the host's request for its remote map
+// with pages of levels, format and the solos of each side.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
+#include "editor/remote_map_controller.h"
 #include "frame/speaker_arrangement.h"
 #include "mix/arrangement_list.h"
 #include "mix/mixer_base_controller.h"
@@ -17,7 +19,7 @@
 
 namespace Tannhofen::Mix {
 
-class MMixerController : public MMixerBaseController {
+class MMixerController : public Editor::RemoteMapController<MMixerBaseController> {
 public:
     PLX_OBJ_METHODS(MMixerController, MMixerBaseController, "MMixerController")
 
@@ -63,6 +65,8 @@ protected:
     void afterParameters() override;
     // The output format row becomes a list parameter over the format list.
     Plx::Parameter* createTableParameter(const Plx::ParamInfoRecord& row) override;
+    Editor::RemoteMapPlugin remoteMapPlugin() const override;
+    void listRemotePages(Editor::RemoteMapWriter& writer) override;
 
 private:
     // Switched on, solos the speakers of a group and switches the other

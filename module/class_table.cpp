@@ -38,14 +38,14 @@ constexpr const char* kProcessorCategory = "Audio Module Class";
 constexpr const char* kControllerCategory = "Component Controller Class";
 
 const ClassTableRow kClassTable[] = {
-    {kRadialPannerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX RadialPanner",
+    {kRadialPannerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, kRadialPannerName,
      "Spatial|Fx", createRadialPanner},
     {kRadialPannerControllerUID, 0, kControllerCategory, "PLX RadialPanner Controller", "",
      createRPannerController},
-    {kMatrixMixerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "MixMorph V6",
+    {kMatrixMixerProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, kMatrixMixerName,
      "Spatial|Fx|Up-Downmix", createMatrixMixer},
     {kMatrixMixerControllerUID, 0, kControllerCategory, "MixMorph V6 Controller", "", createMMixerController},
-    {kAmbiBinProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, "PLX SphereDecoder",
+    {kAmbiBinProcessorUID, ClassInfo2::kDistributable, kProcessorCategory, kAmbiBinName,
      "Spatial|Fx|Ambisonics|Up-Downmix", createAmbiBinProcessor},
     {kAmbiBinControllerUID, 0, kControllerCategory, "PLX SphereDecoder Controller", "",
      createAmbiBinController},

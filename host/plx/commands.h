@@ -11,5 +11,6 @@ int listCommand(const std::vector<std::string>& args);
 int renderCommand(const std::vector<std::string>& args);
 int matrixCommand(const std::vector<std::string>& args);
 int demoCommand(const std::vector<std::string>& args);
+int remoteMapCommand(const std::vector<std::string>& args);
 
 } // namespace Tannhofen::Host::Cli

@@ -54,6 +54,15 @@ const Command kCommands[] = {
      "example:\n"
      "  plx matrix --effect MixMorph --in-layout 7.1.4 --out-layout 5.1 --svg matrix.svg\n",
      matrixCommand},
+    {"remote-map",
+     "plx remote-map --effect NAME [--in-layout L] [--out-layout L] [--representation NAME]\n"
+     "  Prints the remote map that the effect hands a host for a hardware controller: an\n"
+     "  XML document of pages and cells that tie knobs, switches and LEDs to parameters.\n"
+     "  The layouts decide which speakers' solo buttons it lists.\n"
+     "\n"
+     "example:\n"
+     "  plx remote-map --effect MixMorph --in-layout 7.1.4 --out-layout 5.1 > mixmorph.xml\n",
+     remoteMapCommand},
     {"demo",
      "plx demo [--out DIR] [--quiet]\n"
      "  Renders a synthesised 7.1.4 scene through every effect into DIR (demo-out/ by\n"
