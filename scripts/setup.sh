@@ -14,6 +14,7 @@ packages=(
   libzita-convolver-dev
   lv2-dev lilv-utils sordi   # LV2 headers, lv2info/lv2apply, and sord_validate for lv2_validate
   binutils
+  libxml2-utils
 )
 
 missing=()

@@ -164,7 +164,7 @@ int listCommand(const std::vector<std::string>& args) {
 int renderCommand(const std::vector<std::string>& args) {
     const Options options(args,
                           {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation",
-                           "block", "state-in", "state-out"},
+                           "block", "state-in", "state-out", "meter-svg"},
                           {"double", "quiet", "allow-short"});
     RenderRequest request;
     request.effect = options.require("effect");
@@ -180,6 +180,7 @@ int renderCommand(const std::vector<std::string>& args) {
     request.stateOut = options.get("state-out");
     request.quiet = options.has("quiet");
     request.allowShort = options.has("allow-short");
+    request.meterSvg = options.get("meter-svg");
     ModuleSession session(modulePath(options));
     const RenderResult result = render(session, request);
     if (result.damage)
@@ -267,6 +268,7 @@ int demoCommand(const std::vector<std::string>& args) {
             request.outLayout = layoutName(target);
             request.quiet = options.has("quiet");
             request.captureMatrix = true;
+            request.meterSvg = stem + "-meters.svg";
             RenderResult result;
             try {
                 result = render(session, request);
@@ -293,6 +295,7 @@ int demoCommand(const std::vector<std::string>& args) {
                 writeWholeFile(stem + ".svg", std::vector<uint8_t>(svg.begin(), svg.end()));
                 std::printf("  matrix: %s.svg\n", stem.c_str());
             }
+            std::printf("  meters: %s\n", request.meterSvg.c_str());
         }
     }
     if (rendered == 0) throw UserError("the module could create no effect to render the demo with");

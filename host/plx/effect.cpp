@@ -328,6 +328,7 @@ void Effect::process(int32_t numSamples) {
     data.outputParameterChanges = outputChanges.get();
     data.processContext = &context;
     const tresult result = processor()->process(&data);
+    if (result == kResultOk && outputObserver) outputObserver(*outputChanges.get(), position + numSamples);
     blockChanges->clear();
     outputChanges->clear();
     if (result != kResultOk)

@@ -4,6 +4,7 @@
 // parameters, setup, processing in blocks, idle, and back down.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -114,6 +115,10 @@ public:
     // Processes `numSamples` from the input buffers into the output buffers;
     // UserError when the effect refuses the block.
     void process(int32_t numSamples);
+    // Sees the processor's output parameter changes of each block (its meter
+    // values among them) and the sample at which that block ends.
+    using OutputObserver = std::function<void(ParameterChanges& changes, int64_t blockEnd)>;
+    void observeOutput(OutputObserver observer) { outputObserver = std::move(observer); }
     // One timer tick of the host: idle handlers run, messages go out.
     void idle() { session.host()->idle(); }
 
@@ -125,6 +130,7 @@ private:
     std::unique_ptr<Plugin> plugin;
     std::vector<Param> parameters;
     std::vector<float> lastGainMatrix;
+    OutputObserver outputObserver;
 
     Plx::IPtr<ParameterChanges> blockChanges;
     Plx::IPtr<ParameterChanges> outputChanges;

@@ -33,7 +33,7 @@ const Command kCommands[] = {
     {"render",
      "plx render --effect NAME --in FILE --out FILE [--in-layout L] [--out-layout L]\n"
      "           [--set PARAM=VALUE ...] [--automation FILE] [--block N] [--double]\n"
-     "           [--state-in FILE] [--state-out FILE] [--allow-short] [--quiet]\n"
+     "           [--state-in FILE] [--state-out FILE] [--allow-short] [--meter-svg FILE] [--quiet]\n"
      "  Renders an audio file (WAV, RF64, AIFF, FLAC, ...) through the effect into a float\n"
      "  WAV of the same length. --in - reads standard input, --out - writes standard output.\n"
      "  The input layout comes from the file unless --in-layout names it; the output\n"
@@ -41,6 +41,7 @@ const Command kCommands[] = {
      "  before the length its header declares, or that its decoder can't read, is refused;\n"
      "  --allow-short keeps what can be read, with a warning. --block sets the block size\n"
      "  (1 to 65536, 1024 by default), --double processes and writes 64-bit floats.\n"
+     "  --meter-svg draws the output meters over time as the editor's meters show them.\n"
      "\n"
      "example:\n"
      "  plx render --effect MixMorph --in stems-5.1.wav --out fold.wav --out-layout Stereo \\\n"
@@ -66,7 +67,8 @@ const Command kCommands[] = {
     {"demo",
      "plx demo [--out DIR] [--quiet]\n"
      "  Renders a synthesised 7.1.4 scene through every effect into DIR (demo-out/ by\n"
-     "  default), with peak and RMS levels per output channel and the gain matrices.\n"
+     "  default), with peak and RMS levels per output channel, the gain matrices and the\n"
+     "  output meters.\n"
      "\n"
      "example:\n"
      "  plx demo --out demo-out\n",

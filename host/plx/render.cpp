@@ -9,6 +9,7 @@
 #include "host/plx/audio_file.h"
 #include "host/plx/automation.h"
 #include "host/plx/cli.h"
+#include "host/plx/meter_svg.h"
 
 namespace Tannhofen::Host::Cli {
 
@@ -210,6 +211,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
                                    {"out", request.output, true, "audio"}};
     if (!request.stateIn.empty()) roles.push_back({"state-in", request.stateIn, false, "state"});
     if (!request.stateOut.empty()) roles.push_back({"state-out", request.stateOut, true, "state"});
+    if (!request.meterSvg.empty()) roles.push_back({"meter-svg", request.meterSvg, true, "drawing"});
     if (!request.automation.empty()) roles.push_back({"automation", request.automation, false, "automation"});
     checkDistinctFiles(roles);
     if (request.output == "-" && isatty(STDOUT_FILENO))
@@ -237,6 +239,8 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     OutputFile audio(request.output);
     std::optional<OutputFile> stateFile;
     if (!request.stateOut.empty()) stateFile.emplace(request.stateOut);
+    std::optional<OutputFile> meterFile;
+    if (!request.meterSvg.empty()) meterFile.emplace(request.meterSvg);
 
     Effect effect(session, effectClass);
     if (request.stateIn.empty()) {
@@ -289,6 +293,11 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     if (automation)
         automation->setStartValues([&effect](Plx::ParamID id) { return effect.parameterValue(id); });
     result.latency = effect.latency();
+    std::optional<MeterRecorder> meters;
+    if (meterFile) {
+        meters.emplace(effect, speakerLabels(result.out), reader.sampleRate());
+        meters->start(result.latency);
+    }
 
     Progress progress(reader.declaredFrames().value_or(0), request.quiet);
     const Automation* lanes = automation ? &*automation : nullptr;
@@ -303,8 +312,15 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
         const std::vector<uint8_t> saved = effect.saveState();
         stateFile->write(saved.data(), saved.size());
     }
+    if (meters) {
+        const std::string svg = meters->svg(effect.name() + ": output meters, " + layoutName(result.in) +
+                                                " to " + layoutName(result.out),
+                                            static_cast<double>(result.frames) / reader.sampleRate());
+        meterFile->write(svg.data(), svg.size());
+    }
     writer.commit();
     if (stateFile) stateFile->commit();
+    if (meterFile) meterFile->commit();
     return result;
 }
 

@@ -25,6 +25,7 @@ struct RenderRequest {
     bool quiet = false;
     bool allowShort = false;    // keep what a damaged or short input holds, with a warning
     bool captureMatrix = false; // ask for the gain matrix while rendering
+    std::string meterSvg;       // draw the output meters over time into this file
 };
 
 struct ChannelLevel {
