@@ -89,6 +89,13 @@ void RemoteMapWriter::writeLine(std::string_view text) {
     stream->write(line.data(), static_cast<int32>(line.size()), &written);
 }
 
+bool RemoteMapWriter::step(int32 from, const char* line, int32 to) {
+    if (state != from) return false;
+    writeLine(line);
+    state = to;
+    return true;
+}
+
 bool RemoteMapWriter::openPage(const char* name, int32 unitId) {
     if (state != kInRepresentation) return false;
     std::string tag = "<page" + attribute("name", orEmpty(name));
@@ -99,30 +106,19 @@ bool RemoteMapWriter::openPage(const char* name, int32 unitId) {
 }
 
 bool RemoteMapWriter::closePage() {
-    if (state != kInPage) return false;
-    writeLine("</page>");
-    state = kInRepresentation;
-    return true;
+    return step(kInPage, "</page>", kInRepresentation);
 }
 
 bool RemoteMapWriter::openCell() {
-    if (state != kInPage) return false;
-    writeLine("<cell>");
-    state = kInCell;
-    return true;
+    return step(kInPage, "<cell>", kInCell);
 }
 
 bool RemoteMapWriter::closeCell() {
-    if (state != kInCell) return false;
-    writeLine("</cell>");
-    state = kInPage;
-    return true;
+    return step(kInCell, "</cell>", kInPage);
 }
 
 bool RemoteMapWriter::writeEmptyCell() {
-    if (state != kInPage) return false;
-    writeLine("<cell/>");
-    return true;
+    return step(kInPage, "<cell/>", kInPage);
 }
 
 std::string RemoteMapWriter::layerTag(int32 type, ParamID parameterId, const char* function,
@@ -148,10 +144,7 @@ bool RemoteMapWriter::openLayer(const ParameterInfo& info, const char* function)
 }
 
 bool RemoteMapWriter::closeLayer() {
-    if (state != kInLayer) return false;
-    writeLine("</layer>");
-    state = kInCell;
-    return true;
+    return step(kInLayer, "</layer>", kInCell);
 }
 
 bool RemoteMapWriter::writeLayer(int32 type, ParamID parameterId, const char* function, const char* style) {

@@ -89,6 +89,8 @@ public:
 private:
     // Writes `text` and the line end.
     void writeLine(std::string_view text);
+    // In state `from` only: writes `line` and moves to state `to`.
+    bool step(Plx::int32 from, const char* line, Plx::int32 to);
     std::string layerTag(Plx::int32 type, Plx::ParamID parameterId, const char* function, const char* style);
 
     Plx::IPtr<Plx::IPlxStream> stream;

@@ -4,23 +4,11 @@
 #include <cmath>
 #include <cstdio>
 
+#include "editor/xml_text.h"
+
 namespace Tannhofen::Host::Cli {
 
 namespace {
-
-std::string escape(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += "&quot;"; break;
-        default: out += c;
-        }
-    }
-    return out;
-}
 
 std::string format(const char* pattern, double a, double b = 0, double c = 0, double d = 0) {
     char text[256];
@@ -52,25 +40,26 @@ std::string matrixSvg(const std::string& title, const std::vector<std::string>& 
                              "font-family=\"sans-serif\" font-size=\"12\">\n",
                              width, height);
     svg += "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
-    svg += "<text x=\"10\" y=\"20\" font-size=\"14\" font-weight=\"bold\">" + escape(title) + "</text>\n";
+    svg += "<text x=\"10\" y=\"20\" font-size=\"14\" font-weight=\"bold\">" + Editor::xmlEscape(title) +
+           "</text>\n";
     svg += format("<text x=\"%.0f\" y=\"44\" fill=\"#555\">outputs</text>\n", left);
     svg += format("<text x=\"10\" y=\"%.0f\" fill=\"#555\">inputs</text>\n", top - 8);
     for (size_t c = 0; c < columns.size(); ++c)
         svg +=
             format("<text x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\">", left + cell * (c + 0.5), top - 8) +
-            escape(columns[c]) + "</text>\n";
+            Editor::xmlEscape(columns[c]) + "</text>\n";
     for (size_t r = 0; r < rows.size(); ++r) {
         svg +=
             format("<text x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">", left - 8, top + cell * (r + 0.5) + 4) +
-            escape(rows[r]) + "</text>\n";
+            Editor::xmlEscape(rows[r]) + "</text>\n";
         for (size_t c = 0; c < columns.size(); ++c) {
             const size_t index = r * columns.size() + c;
             const double g = index < gains.size() ? gains[index] : 0.0;
             const double fraction = largest > 0 ? std::fabs(g) / largest : 0.0;
             svg += format("<rect x=\"%.1f\" y=\"%.1f\" width=\"%.0f\" height=\"%.0f\" stroke=\"#ccc\" ",
                           left + cell * c, top + cell * r, cell, cell) +
-                   "fill=\"" + shade(fraction) + "\"><title>" + escape(rows[r]) + " to " +
-                   escape(columns[c]) + format(": %.4f</title></rect>\n", g);
+                   "fill=\"" + shade(fraction) + "\"><title>" + Editor::xmlEscape(rows[r]) + " to " +
+                   Editor::xmlEscape(columns[c]) + format(": %.4f</title></rect>\n", g);
             if (g != 0.0)
                 svg += format("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\" font-size=\"11\" ",
                               left + cell * (c + 0.5), top + cell * (r + 0.5) + 4) +
