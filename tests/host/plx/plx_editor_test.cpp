@@ -1,7 +1,7 @@
 // plx's views of the editor support: the remote map of an effect, and the
 // output meters of a render drawn over time.
 #include <cmath>
-#include <regex>
+#include <sstream>
 
 #include "tests/host/plx/plx_test_util.h"
 #include "tests/support/xml_lint.h"
@@ -20,13 +20,14 @@ struct Point {
 // high, its bottom at 58 + 40.
 std::vector<Point> firstMeterRow(const std::string& svg, double seconds) {
     std::vector<Point> points;
-    std::smatch polygon;
-    if (!std::regex_search(svg, polygon, std::regex("<polygon points=\"([^\"]*)\""))) return points;
-    const std::string list = polygon[1];
-    const std::regex pair("([0-9.]+),([0-9.]+)");
-    for (auto it = std::sregex_iterator(list.begin(), list.end(), pair); it != std::sregex_iterator(); ++it)
-        points.push_back(
-            {(std::stod((*it)[1]) - 64.0) / 840.0 * seconds, (98.0 - std::stod((*it)[2])) / 40.0});
+    const std::string key = "<polygon points=\"";
+    const size_t start = svg.find(key);
+    if (start == std::string::npos) return points;
+    std::istringstream list(
+        svg.substr(start + key.size(), svg.find('"', start + key.size()) - start - key.size()));
+    double x = 0, y = 0;
+    char comma = 0;
+    while (list >> x >> comma >> y) points.push_back({(x - 64.0) / 840.0 * seconds, (98.0 - y) / 40.0});
     return points;
 }
 
