@@ -8,6 +8,7 @@
 #include "editor/xml_text.h"
 #include "frame/iconnectionpoint.h"
 #include "host/lib/message.h"
+#include "host/plx/svg.h"
 #include "mix/mix_messages.h"
 
 namespace Tannhofen::Host::Cli {
@@ -20,12 +21,6 @@ namespace {
 constexpr double kLeft = 64, kPlotWidth = 840, kRight = 110, kTop = 58, kRowHeight = 40, kRowGap = 10,
                  kBottom = 40;
 constexpr double kGridDecibels[] = {0, -6, -12, -24, -48};
-
-std::string format(const char* pattern, double a, double b = 0, double c = 0, double d = 0) {
-    char text[256];
-    std::snprintf(text, sizeof text, pattern, a, b, c, d);
-    return text;
-}
 
 } // namespace
 
@@ -87,40 +82,35 @@ std::string MeterRecorder::svg(const std::string& title, double seconds) const {
     const Editor::MeterLaw::ScaleTable& table = meter.getScaleTable();
     auto fractionOf = [&table](double level) { return Editor::MeterLaw::levelFraction(table, level); };
 
-    std::string svg = format("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
-                             "font-family=\"sans-serif\" font-size=\"12\">\n",
-                             width, height);
-    svg += "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
-    svg += "<text x=\"10\" y=\"20\" font-size=\"14\" font-weight=\"bold\">" + Editor::xmlEscape(title) +
-           "</text>\n";
+    std::string svg = svgHead(width, height, title);
     svg += "<text x=\"10\" y=\"38\" fill=\"#555\">green: the meter as displayed (scale law, fall "
            "at " +
-           format("%.1f", meter.getDecayRate()) +
+           svgFormat("%.1f", meter.getDecayRate()) +
            "/s); orange: held peak; grid: 0, -6, -12, -24, -48 dB</text>\n";
     for (size_t r = 0; r < rows; ++r) {
         const double top = kTop + static_cast<double>(r) * (kRowHeight + kRowGap);
         const double bottom = top + kRowHeight;
         auto y = [&](double fraction) { return bottom - kRowHeight * std::clamp(fraction, 0.0, 1.0); };
-        svg +=
-            format("<text x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">", kLeft - 8, top + kRowHeight / 2 + 4) +
-            Editor::xmlEscape(labels[r]) + "</text>\n";
-        svg += format("<rect x=\"%.0f\" y=\"%.1f\" width=\"%.0f\" height=\"%.0f\" fill=\"#202020\"/>\n",
-                      kLeft, top, kPlotWidth, kRowHeight);
+        svg += svgFormat("<text x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">", kLeft - 8,
+                         top + kRowHeight / 2 + 4) +
+               Editor::xmlEscape(labels[r]) + "</text>\n";
+        svg += svgFormat("<rect x=\"%.0f\" y=\"%.1f\" width=\"%.0f\" height=\"%.0f\" fill=\"#202020\"/>\n",
+                         kLeft, top, kPlotWidth, kRowHeight);
         for (double decibels : kGridDecibels) {
             const double gy = y(fractionOf(std::pow(10.0, decibels / 20.0)));
-            svg += format("<line x1=\"%.0f\" y1=\"%.1f\" x2=\"%.0f\" y2=\"%.1f\" ", kLeft, gy,
-                          kLeft + kPlotWidth, gy) +
+            svg += svgFormat("<line x1=\"%.0f\" y1=\"%.1f\" x2=\"%.0f\" y2=\"%.1f\" ", kLeft, gy,
+                             kLeft + kPlotWidth, gy) +
                    (decibels == 0 ? "stroke=\"#a04040\"" : "stroke=\"#505050\"") +
                    " stroke-width=\"0.5\"/>\n";
         }
         if (!columns.empty()) {
-            std::string area = format("%.1f,%.1f", x(columns.front().ms), bottom);
+            std::string area = svgFormat("%.1f,%.1f", x(columns.front().ms), bottom);
             std::string peakLine;
             for (const Column& column : columns) {
-                area += format(" %.1f,%.1f", x(column.ms), y(column.fraction[r]));
-                peakLine += format(" %.1f,%.1f", x(column.ms), y(fractionOf(column.held[r])));
+                area += svgFormat(" %.1f,%.1f", x(column.ms), y(column.fraction[r]));
+                peakLine += svgFormat(" %.1f,%.1f", x(column.ms), y(fractionOf(column.held[r])));
             }
-            area += format(" %.1f,%.1f", x(columns.back().ms), bottom);
+            area += svgFormat(" %.1f,%.1f", x(columns.back().ms), bottom);
             svg += "<polygon points=\"" + area + "\" fill=\"#3cc83c\"/>\n";
             svg += "<polyline points=\"" + peakLine +
                    "\" fill=\"none\" stroke=\"#ff9900\" stroke-width=\"1.2\"/>\n";
@@ -128,17 +118,17 @@ std::string MeterRecorder::svg(const std::string& title, double seconds) const {
         // The peak display's text, in decibels unless it reads minus infinity.
         Editor::PeakText peak = Editor::peakDisplayText(held[r], Editor::MeterLaw::kMinimumLevel);
         if (peak.text != "-oo") peak.text += " dB";
-        svg += format("<text x=\"%.0f\" y=\"%.1f\" ", kLeft + kPlotWidth + 10, top + kRowHeight / 2 + 4) +
+        svg += svgFormat("<text x=\"%.0f\" y=\"%.1f\" ", kLeft + kPlotWidth + 10, top + kRowHeight / 2 + 4) +
                (peak.overFullScale ? "fill=\"#d02020\"" : "fill=\"#202020\"") + ">peak " +
                Editor::xmlEscape(peak.text) + "</text>\n";
     }
     const double axis = kTop + static_cast<double>(rows) * (kRowHeight + kRowGap) + 4;
     const double step = seconds > 20 ? 5.0 : 1.0;
     for (double s = 0; s <= seconds + 1e-9; s += step)
-        svg += format("<text x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\" fill=\"#555\">%.0f s</text>\n",
-                      x(s * 1000.0), axis + 12, s);
+        svg += svgFormat("<text x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\" fill=\"#555\">%.0f s</text>\n",
+                         x(s * 1000.0), axis + 12, s);
     if (columns.empty())
-        svg += format(
+        svg += svgFormat(
             "<text x=\"%.0f\" y=\"%.0f\" fill=\"#d02020\">the effect reported no output meters</text>\n",
             kLeft, axis + 28);
     svg += "</svg>\n";
