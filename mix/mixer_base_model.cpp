@@ -384,6 +384,23 @@ MixMatrix& MMixerBaseModel::matrixOf(bool direct) {
     return gainSet->matrix[direct ? MixGainSet::kDirect : MixGainSet::kNormal];
 }
 
+void MMixerBaseModel::routeSpeakersDirectly() {
+    if (!gainSet) return;
+    MixMatrix& mat = gainSet->matrix[MixGainSet::kDirect];
+    if (!mat.allocated) return;
+    mat.clear();
+    int32_t row = 0;
+    for (SpeakerArrangement rest = inputArr; rest != 0 && row < mat.rows; rest &= rest - 1, ++row) {
+        const SpeakerArrangement bit = rest & (~rest + 1);
+        int32_t col = -1;
+        if (outputArr & bit)
+            col = std::popcount(outputArr & (bit - 1));
+        else if (bit == Spk::L && outputArr == Spk::M)
+            col = 0;
+        if (col >= 0 && col < mat.cols) mat.at(row, col) = 1.0f;
+    }
+}
+
 void MMixerBaseModel::clearMainOutputs(MixMatrix& matrix, int32_t row) {
     if (!gainSet || row < 0 || row >= matrix.rows) return;
     for (int32_t o = 0; o < numOut; ++o) matrix.at(row, gainSet->outMap[static_cast<size_t>(o)]) = 0.0f;

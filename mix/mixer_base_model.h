@@ -143,6 +143,9 @@ protected:
     // Writes 0 to the main outputs of `row` whose output channel isn't soloed.
     void clearUnsoloedOutputs(MixMatrix& matrix, int32_t row);
     void clearMainOutputs(MixMatrix& matrix, int32_t row);
+    // Fills the direct-routing matrix: each input speaker, in bus order, to
+    // the same speaker of the output (L to a mono output), or nowhere.
+    void routeSpeakersDirectly();
 
     // Change messages go to dependents only when the model is told to send them.
     void sendChange(int32_t message) {

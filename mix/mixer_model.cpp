@@ -1,7 +1,6 @@
 #include "mix/mixer_model.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 #include "mix/log_scale.h"
@@ -179,7 +178,7 @@ void MMixerModel::adjustPoint(float& x, float& y, float& z, float& top, float& s
 
 void MMixerModel::updateMain(bool direct) {
     if (direct) {
-        updateDirectRouting();
+        routeSpeakersDirectly();
         updateLfe(true);
         return;
     }
@@ -228,23 +227,6 @@ void MMixerModel::updateMain(bool direct) {
     }
     pendingMain = false;
     updateLfe(false);
-}
-
-void MMixerModel::updateDirectRouting() {
-    if (!gainSet) return;
-    MixMatrix& mat = gainSet->matrix[MixGainSet::kDirect];
-    if (!mat.allocated) return;
-    mat.clear();
-    int32_t row = 0;
-    for (SpeakerArrangement rest = inputArr; rest != 0 && row < mat.rows; rest &= rest - 1, ++row) {
-        const SpeakerArrangement bit = rest & (~rest + 1);
-        int32_t col = -1;
-        if (outputArr & bit)
-            col = std::popcount(outputArr & (bit - 1));
-        else if (bit == Spk::L && outputArr == Spk::M)
-            col = 0;
-        if (col >= 0 && col < mat.cols) mat.at(row, col) = 1.0f;
-    }
 }
 
 void MMixerModel::updateLfe(bool direct) {

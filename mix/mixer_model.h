@@ -53,7 +53,6 @@ public:
 private:
     bool setLevel(float& linear, float& normalized, double value);
     void setFoldSwitch(bool& flag, bool& other, double value);
-    void updateDirectRouting();
     // The input has depth (below) and the output's ear row has one zone.
     bool isFolding() const;
     // Speakers of the input's folded ring: the larger of sides and rears
