@@ -1,5 +1,5 @@
 // The object encoder against the real SN3D harmonics written out in
-// Cartesian form.
+// Cartesian form, and the panner's ambisonic output as a host sees its gains.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,9 +8,12 @@
 #include <random>
 
 #include "panner/object_ambi_encoder.h"
+#include "tests/panner/panner_test_util.h"
 
 namespace Tannhofen::Panner {
 namespace {
+
+using namespace Test;
 
 // SN3D real harmonics in ACN order of the unit vector (X ahead, Y left, Z up).
 std::array<double, 16> harmonicsOf(double X, double Y, double Z) {
@@ -81,6 +84,41 @@ TEST(PannerAmbiEncoder, RowsAreTheHarmonicsOfTheDirection) {
     encoder.encode(0.3f, 0.2f, 0.1f, m, 0, true);
     EXPECT_EQ(m.row(0)[0], 1.0f);
     EXPECT_EQ(m.at(0, 1) + m.at(0, 2) + m.at(0, 3), 0.0f);
+}
+
+TEST(PannerAmbiEncoder, TheModelEncodesEveryChannelAndDropsTheLfe) {
+    // 5.1 into third order, distance scale 1 metre: each channel's row is its
+    // image position encoded, and the LFE feeds nothing.
+    auto model = processorModel(k5_1, kAmbi3);
+    EXPECT_TRUE(model->isAmbisonicOutput());
+    model->setLfeGain(0.5); // 0 dB: still nothing reaches an ambisonic output
+    model->setRotateZ(0.1);
+    ObjectAmbiEncoder encoder;
+    encoder.setDistance(1.0f);
+    Mix::MixMatrix want;
+    want.allocate(1, 16);
+    const auto& image = model->getImagePositions();
+    const std::vector<int32_t>& inMap = model->getGainSet()->inMap;
+    for (size_t i = 0; i < 5; ++i) {
+        encoder.encode(image[i][0], image[i][1], image[i][2], want, 0, false);
+        for (int32_t c = 0; c < 16; ++c) EXPECT_EQ(gain(*model, inMap[i], c), want.at(0, c)) << i << " " << c;
+    }
+    const int32_t lfe = channelOf(k5_1, Plx::Speaker::LFE);
+    for (int32_t c = 0; c < 16; ++c) {
+        EXPECT_EQ(gain(*model, lfe, c), 0.0f);
+        EXPECT_EQ(gain(*model, lfe, c, Mix::MixGainSet::kDirect), 0.0f);
+    }
+    // The default image of a flat input sits on the horizon: no height.
+    for (size_t i = 0; i < 5; ++i) EXPECT_EQ(image[i][2], 0.0f);
+    // Direct mode passes each channel to W.
+    for (int32_t ch : {0, 1, 2, 4, 5}) EXPECT_EQ(gain(*model, ch, 0, Mix::MixGainSet::kDirect), 1.0f);
+    // Size fades the directional part; the distance scale moves the source away.
+    const float w = gain(*model, 0, 0), y = gain(*model, 0, 1);
+    model->setObjectSize(0.75);
+    EXPECT_EQ(gain(*model, 0, 0), w);
+    EXPECT_NEAR(gain(*model, 0, 1), 0.25f * y, 1e-7);
+    model->setDistanceScale(1.0); // 50 metres at the wall
+    EXPECT_NEAR(gain(*model, 0, 0), w / 50.0f, 1e-7);
 }
 
 } // namespace
