@@ -36,9 +36,10 @@ T** allocateChannels(uint32_t channels, uint32_t samples) {
 }
 
 // The most samples a conversion may run through its filter at the up-sampled
-// rate: beyond it (rates with almost no common divisor) the set is left at
-// its own rate rather than spending seconds and gigabytes on one conversion.
-constexpr uint64_t kMaxUpsampledLength = uint64_t(1) << 25;
+// rate: beyond it (rates with almost no common divisor, such as 48 kHz and
+// 44099 Hz) the set is left at its own rate rather than spending seconds on
+// one conversion. Every pair of common rates stays far below it.
+constexpr uint64_t kMaxUpsampledLength = uint64_t(1) << 22;
 
 } // namespace
 

@@ -96,12 +96,13 @@ TYPED_TEST(HrirTest, ResamplesInPlaceAtTheLevelOfEachSample) {
     EXPECT_EQ(set.getLength(), 431u);
 }
 
-TYPED_TEST(HrirTest, RefusesRatesThatAreNoRates) {
+TYPED_TEST(HrirTest, RefusesRatesItCannotServe) {
     using T = TypeParam;
-    Hrir<T> set = makeSet<T>(4, 20, 48000, true, [](uint32_t, uint32_t n) { return n == 0 ? 1.0 : 0.0; });
-    for (double rate : {0.0, -48000.0, std::nan(""), 1e12}) {
+    Hrir<T> set = makeSet<T>(4, 300, 48000, true, [](uint32_t, uint32_t n) { return n == 0 ? 1.0 : 0.0; });
+    // 44099 Hz shares no divisor with 48 kHz: 332 * 44099 samples to filter.
+    for (double rate : {0.0, -48000.0, std::nan(""), 1e12, 44099.0}) {
         EXPECT_EQ(set.setSampleRate(rate), 1) << rate;
-        EXPECT_EQ(set.getLength(), 52u);
+        EXPECT_EQ(set.getLength(), 332u);
         EXPECT_EQ(set.getSampleRate(), 48000.0);
     }
 }
