@@ -1,5 +1,7 @@
 #include "ambi/hrir_fidelity.h"
 
+#include <mysofa.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -16,6 +18,35 @@ double levelDb(double power) {
 }
 
 } // namespace
+
+size_t MeasuredHead::find(double az, double el) const {
+    for (size_t d = 0; d < count(); ++d)
+        if (std::abs(std::remainder(azimuth[d] - az, 360.0)) < 0.01 && std::abs(elevation[d] - el) < 0.01)
+            return d;
+    return count();
+}
+
+bool readMeasuredHead(const char* path, double sampleRate, MeasuredHead& head) {
+    int filterLength = 0, error = 0;
+    MYSOFA_EASY* easy = mysofa_open(path, float(sampleRate), &filterLength, &error);
+    if (easy == nullptr) return false;
+    if (error == 0) {
+        const MYSOFA_HRTF* hrtf = easy->hrtf;
+        head.length = hrtf->N;
+        for (unsigned i = 0; i < hrtf->M; ++i) {
+            float v[3] = {hrtf->SourcePosition.values[3 * i], hrtf->SourcePosition.values[3 * i + 1],
+                          hrtf->SourcePosition.values[3 * i + 2]};
+            mysofa_c2s(v);
+            head.azimuth.push_back(v[0]);
+            head.elevation.push_back(v[1]);
+            const float* ir = hrtf->DataIR.values + size_t(i) * hrtf->R * hrtf->N;
+            head.left.emplace_back(ir, ir + hrtf->N);
+            head.right.emplace_back(ir + hrtf->N, ir + 2 * hrtf->N);
+        }
+    }
+    mysofa_close(easy);
+    return error == 0 && head.count() > 0;
+}
 
 Analyser::Analyser(double sampleRate) : rate(sampleRate) {
     forward.length = kLength;

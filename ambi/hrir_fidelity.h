@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -22,6 +23,19 @@ namespace Tannhofen::AmbiBin::Fidelity {
 // Third-octave bands with centres 1000 * 2^(k / 3) Hz, k = -10 .. 12: 99 Hz to 16 kHz.
 inline constexpr int kFirstBand = -10;
 inline constexpr int kBandCount = 23;
+
+// The measured directions of a SOFA file (degrees) with their left and right
+// impulse responses, read at one sample rate (libmysofa resamples them).
+struct MeasuredHead {
+    std::vector<double> azimuth, elevation;
+    std::vector<std::vector<double>> left, right;
+    uint32_t length = 0;
+    size_t count() const { return azimuth.size(); }
+    // The measured direction at (azimuth, elevation), or count() if there is none.
+    size_t find(double az, double el) const;
+};
+// False when the file can't be read or holds no direction.
+bool readMeasuredHead(const char* path, double sampleRate, MeasuredHead& head);
 
 // What the measures need of one pair of ear signals.
 struct EarFeatures {

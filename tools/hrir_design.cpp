@@ -36,8 +36,6 @@
 // The tool then renders every measured direction through the modelled path
 // (the decoder's own resampler, crossover and symmetric convolution), prints
 // the fidelity figures and writes them into the generated file.
-#include <mysofa.h>
-
 #include <complex>
 #define lapack_complex_float std::complex<float>
 #define lapack_complex_double std::complex<double>
@@ -93,13 +91,10 @@ constexpr SetShape kShapes[] = {
 
 // ---- Measured data ----------------------------------------------------------
 
-struct Measured {
-    std::vector<double> azimuth, elevation, weight; // weights sum to 1
-    std::vector<std::vector<double>> left, right;
+struct Measured : AmbiBin::Fidelity::MeasuredHead {
+    std::vector<double> weight; // weights sum to 1
     std::vector<size_t> mirror; // the left-right mirror direction: its left ear is this one's right
     std::vector<double> onset;  // samples to the first sample of the left ear above a tenth of its peak
-    uint32_t length = 0;
-    size_t count() const { return azimuth.size(); }
 };
 
 // Quadrature weights of a grid of elevation rings: each ring gets the area of
@@ -125,35 +120,12 @@ void ringWeights(Measured& m) {
     for (double& w : m.weight) w /= total;
 }
 
-size_t findDirection(const Measured& m, double azimuth, double elevation) {
-    for (size_t d = 0; d < m.count(); ++d) {
-        const double da = std::remainder(m.azimuth[d] - azimuth, 360.0);
-        if (std::abs(da) < 0.01 && std::abs(m.elevation[d] - elevation) < 0.01) return d;
-    }
-    return m.count();
-}
-
 bool loadSofa(const char* path, Measured& m) {
-    int filterLength = 0, error = 0;
-    MYSOFA_EASY* easy = mysofa_open(path, float(kRate), &filterLength, &error);
-    if (easy == nullptr || error != 0) return false;
-    const MYSOFA_HRTF* hrtf = easy->hrtf;
-    m.length = hrtf->N;
-    for (unsigned i = 0; i < hrtf->M; ++i) {
-        float v[3] = {hrtf->SourcePosition.values[3 * i], hrtf->SourcePosition.values[3 * i + 1],
-                      hrtf->SourcePosition.values[3 * i + 2]};
-        mysofa_c2s(v);
-        m.azimuth.push_back(v[0]);
-        m.elevation.push_back(v[1]);
-        const float* ir = hrtf->DataIR.values + size_t(i) * hrtf->R * hrtf->N;
-        m.left.emplace_back(ir, ir + hrtf->N);
-        m.right.emplace_back(ir + hrtf->N, ir + 2 * hrtf->N);
-    }
-    mysofa_close(easy);
+    if (!AmbiBin::Fidelity::readMeasuredHead(path, kRate, m)) return false;
     ringWeights(m);
 
     for (size_t d = 0; d < m.count(); ++d) {
-        const size_t mirror = findDirection(m, -m.azimuth[d], m.elevation[d]);
+        const size_t mirror = m.find(-m.azimuth[d], m.elevation[d]);
         m.mirror.push_back(mirror < m.count() ? mirror : d);
         double peak = 0;
         for (double v : m.left[d]) peak = std::max(peak, std::abs(v));
@@ -498,9 +470,9 @@ Evaluation evaluate(const SetShape& shape, const Design& design, const Measured&
     e.score = AmbiBin::Fidelity::compare(rendered, measured);
     size_t upDown = 0;
     for (size_t d = 0; d < m.count(); ++d) {
-        const size_t lr = findDirection(m, -m.azimuth[d], m.elevation[d]);
+        const size_t lr = m.find(-m.azimuth[d], m.elevation[d]);
         e.mirrorLeftRight += AmbiBin::Fidelity::spectralDistance(rendered[d], measured[lr], e.score.gain);
-        const size_t ud = findDirection(m, m.azimuth[d], -m.elevation[d]);
+        const size_t ud = m.find(m.azimuth[d], -m.elevation[d]);
         if (ud < m.count() && m.elevation[d] != 0) {
             e.mirrorUpDown += AmbiBin::Fidelity::spectralDistance(rendered[d], measured[ud], e.score.gain);
             ++upDown;

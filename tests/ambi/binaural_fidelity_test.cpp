@@ -4,7 +4,6 @@
 // against the measured pair (ambi/hrir_fidelity.h). Prints a table for the six
 // built-in sets and a set read from the KEMAR file itself.
 #include <gtest/gtest.h>
-#include <mysofa.h>
 
 #include <cmath>
 #include <cstdio>
@@ -26,38 +25,18 @@ constexpr double kRate = 48000;
 constexpr uint32_t kBlock = 512;
 constexpr uint32_t kSpacing = 2048; // samples from one direction's impulse to the next
 
-struct Measurements {
-    std::vector<double> azimuth, elevation;
+// The KEMAR directions, with the features of their measured ears.
+struct Measurements : Fidelity::MeasuredHead {
     std::vector<Fidelity::EarFeatures> features;
-    size_t count() const { return azimuth.size(); }
-    // The measured direction at (azimuth, elevation), or count() if there is none.
-    size_t find(double a, double e) const {
-        for (size_t d = 0; d < count(); ++d)
-            if (std::abs(std::remainder(azimuth[d] - a, 360.0)) < 0.01 && std::abs(elevation[d] - e) < 0.01)
-                return d;
-        return count();
-    }
 };
 
 const Measurements& kemar() {
     static const Measurements m = [] {
         Measurements out;
-        int length = 0, error = 0;
-        MYSOFA_EASY* easy = mysofa_open(PLX_KEMAR_SOFA, float(kRate), &length, &error);
-        if (easy == nullptr) return out;
-        const MYSOFA_HRTF* hrtf = easy->hrtf;
+        if (!Fidelity::readMeasuredHead(PLX_KEMAR_SOFA, kRate, out)) return out;
         Fidelity::Analyser analyser(kRate);
-        for (unsigned i = 0; i < hrtf->M; ++i) {
-            float v[3] = {hrtf->SourcePosition.values[3 * i], hrtf->SourcePosition.values[3 * i + 1],
-                          hrtf->SourcePosition.values[3 * i + 2]};
-            mysofa_c2s(v);
-            out.azimuth.push_back(v[0]);
-            out.elevation.push_back(v[1]);
-            const float* ir = hrtf->DataIR.values + size_t(i) * hrtf->R * hrtf->N;
-            out.features.push_back(analyser.analyse(std::vector<double>(ir, ir + hrtf->N),
-                                                    std::vector<double>(ir + hrtf->N, ir + 2 * hrtf->N)));
-        }
-        mysofa_close(easy);
+        for (size_t d = 0; d < out.count(); ++d)
+            out.features.push_back(analyser.analyse(out.left[d], out.right[d]));
         return out;
     }();
     return m;
