@@ -5,6 +5,8 @@
 // a controller. Until then a class is listed but can't be created.
 #include "module/class_table.h"
 
+#include "ambi/ambi_bin_controller.h"
+#include "ambi/ambi_bin_processor.h"
 #include "frame/class_ids.h"
 #include "frame/factory.h"
 #include "frame/ieditcontroller.h"
@@ -27,11 +29,11 @@ FUnknown* createMatrixMixer(void* context) {
 FUnknown* createMMixerController(void* context) {
     return createInstanceAs<Mix::MMixerController, IPlxEditController>(context);
 }
-FUnknown* createAmbiBinProcessor(void*) {
-    return nullptr;
+FUnknown* createAmbiBinProcessor(void* context) {
+    return createInstanceAs<AmbiBin::AmbiBinProcessor, IAudioProcessor>(context);
 }
-FUnknown* createAmbiBinController(void*) {
-    return nullptr;
+FUnknown* createAmbiBinController(void* context) {
+    return createInstanceAs<AmbiBin::AmbiBinController, IPlxEditController>(context);
 }
 
 constexpr const char* kProcessorCategory = "Audio Module Class";
