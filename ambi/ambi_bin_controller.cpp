@@ -368,8 +368,11 @@ bool AmbiBinController::setEnabled(ParamID id, bool enabled) {
     if (!p) return false;
     int32& flags = p->editInfo().flags;
     const int32 kept = flags & ~kFlagsOfState;
-    // Disabled: read-only, neither automated nor wrapping around.
-    const int32 next = kept | (enabled ? enabledFlags(id) : ParameterInfo::kIsReadOnly);
+    // Disabled: read-only, neither automated nor wrapping around; the angles
+    // the tracker drives keep wrapping around.
+    int32 disabled = ParameterInfo::kIsReadOnly;
+    if (isRotationId(id)) disabled |= enabledFlags(id) & ParameterInfo::kIsWrapAround;
+    const int32 next = kept | (enabled ? enabledFlags(id) : disabled);
     if (next == flags) return false;
     flags = next;
     return true;

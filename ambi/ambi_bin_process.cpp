@@ -116,14 +116,15 @@ tresult AmbiBinProcessor::processBlock(PlxProcessData& data) {
         if (outBus) zeroBus<T>(*outBus, n);
         return result;
     };
+    // The parameters are taken even from a block that can't be decoded, so
+    // that they are in place when it can.
+    bool lfeDirty = false;
+    readParameterChanges(data.inputParameterChanges, lfeDirty);
     if (!arrangementsValid) return silence(kResultFalse);
     AmbiAlgo<T>* algo = algorithm<T>();
     if (!active || !configured || !algo || data.symbolicSampleSize != configuredSampleSize)
         return silence(kResultFalse);
     if (n > bufferFrames) return silence(kInvalidArgument);
-
-    bool lfeDirty = false;
-    readParameterChanges(data.inputParameterChanges, lfeDirty);
     applyRotationAndFocus(*algo);
     if (data.numInputs <= 0 || !data.inputs || !outBus) return kResultOk;
 
