@@ -742,7 +742,8 @@ tresult AmbiBinController::setComponentState(IPlxStream* stream) {
         writeValue(ParamId::kOutputArr, outputValueOf(index));
         moved = true;
     }
-    const bool flagsChanged = updateRotationFlags() | updateFocusEnabling();
+    const bool rotationChanged = updateRotationFlags();
+    const bool flagsChanged = updateFocusEnabling() || rotationChanged;
     loading = false;
     restartComponent(moved ? (kIoChanged | kLatencyChanged) : kLatencyChanged);
     if (flagsChanged) restartComponent(kParamTitlesChanged);
