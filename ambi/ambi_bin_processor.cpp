@@ -153,11 +153,15 @@ tresult AmbiBinProcessor::setBusArrangements(SpeakerArrangement* inputs, int32 n
         if (order != 0) in = out = ambisonicArrangement(static_cast<int32_t>(order));
     }
 
+    // A pair the decoder can't serve is kept, so that a host that insists
+    // gets silence and the editor shows it as not compatible; the answer
+    // tells the host that the pair isn't supported.
     if (!isAmbisonicArrangement(in) || !isDecoderOutput(out)) {
         arrangementsValid = false;
         outputArrangement = out;
         algoTypeDirty = true;
-        return AudioEffect::setBusArrangements(ins.data(), numIns, outs.data(), numOuts);
+        const tresult stored = AudioEffect::setBusArrangements(ins.data(), numIns, outs.data(), numOuts);
+        return stored == kResultOk ? kResultFalse : stored;
     }
 
     arrangementsValid = true;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "host/plx/ambisonic_demo.h"
 #include "host/plx/audio_file.h"
 #include "host/plx/cli.h"
 #include "host/plx/render.h"
@@ -251,10 +252,17 @@ int demoCommand(const std::vector<std::string>& args) {
 
     int rendered = 0;
     for (const EffectClass& effectClass : session.effects()) {
+        bool ambisonic = false;
         try {
             Effect probe(session, effectClass);
+            ambisonic = takesOnlyAmbisonics(probe);
         } catch (const UserError& missing) {
             std::printf("\n%s: skipped (%s)\n", effectClass.name.c_str(), missing.what());
+            continue;
+        }
+        // A decoder gets a scene of its own.
+        if (ambisonic) {
+            rendered += renderAmbisonicDemo(session, effectClass, dir, options.has("quiet"));
             continue;
         }
         for (SpeakerArrangement target : {Layout::k5_1, Layout::kStereo}) {
@@ -280,14 +288,8 @@ int demoCommand(const std::vector<std::string>& args) {
             ++rendered;
             std::printf("\n%s: %s, 7.1.4 to %s\n", request.output.c_str(), effectClass.name.c_str(),
                         layoutName(target).c_str());
-            std::printf("  %-8s %10s %10s\n", "channel", "peak dBFS", "RMS dBFS");
+            printLevels(result);
             const std::vector<std::string> labels = speakerLabels(result.out);
-            for (size_t c = 0; c < result.levels.size(); ++c) {
-                const ChannelLevel& level = result.levels[c];
-                const double rms = result.frames > 0 ? std::sqrt(level.sumSquares / result.frames) : 0.0;
-                std::printf("  %-8s %10s %10s\n", labels[c].c_str(), dbfs(level.peak).c_str(),
-                            dbfs(rms).c_str());
-            }
             const std::vector<std::string> rows = speakerLabels(result.in);
             if (result.matrix.size() == rows.size() * labels.size()) {
                 const std::string svg = matrixSvg(effectClass.name + ": 7.1.4 to " + layoutName(target), rows,

@@ -215,6 +215,7 @@ void Effect::loadState(const std::vector<uint8_t>& bytes) {
             MemoryStream::create(std::vector<uint8_t>(controllerBytes, controllerBytes + controllerSize)));
         controller()->setState(controllerState.get());
     }
+    takeRestarts();
 }
 
 bool Effect::setArrangements(SpeakerArrangement in, SpeakerArrangement out) {
@@ -237,6 +238,17 @@ SpeakerArrangement Effect::outputArrangement() const {
 void Effect::setParameter(ParamID id, double normalized) {
     controller()->setParamNormalized(id, normalized);
     blockChanges->addChange(id, 0, normalized);
+    takeRestarts();
+}
+
+void Effect::takeRestarts() {
+    ComponentHandler* handler = plugin->handler();
+    int32 flags = 0;
+    for (int32 f : handler->restarts) flags |= f;
+    handler->restarts.clear();
+    if (!(flags & kIoChanged) || active) return;
+    SpeakerArrangement in = inputArrangement(), out = outputArrangement();
+    processor()->setBusArrangements(&in, 1, &out, 1);
 }
 
 void Effect::flushParameters() {

@@ -124,6 +124,10 @@ public:
 
 private:
     void onMessage(Plx::IMessage* message, bool toController);
+    // Carries out the restarts the controller asked for: with the effect
+    // stopped, new buses are taken up (a decoder's output chosen in its editor
+    // or carried by a state); a running effect takes them at its next start.
+    void takeRestarts();
 
     ModuleSession& session;
     EffectClass effectClass;

@@ -10,6 +10,7 @@
 #include "host/plx/cli.h"
 #include "host/plx/commands.h"
 #include "host/plx/output_file.h"
+#include "host/plx/tracker_log.h"
 
 namespace {
 
@@ -55,6 +56,18 @@ const Command kCommands[] = {
      "example:\n"
      "  plx matrix --effect MixMorph --in-layout 7.1.4 --out-layout 5.1 --svg matrix.svg\n",
      matrixCommand},
+    {"tracker-log",
+     "plx tracker-log --in LOG --out FILE [--rate HZ] [--radians]\n"
+     "  Turns a head-tracker log into an automation file of SphereDecoder's Yaw, Pitch\n"
+     "  and Roll. A log line is TIME YAW PITCH ROLL, the time as in automation files,\n"
+     "  the angles in degrees (radians with --radians). A head turning across +-180\n"
+     "  degrees jumps between the two ends within one sample, which needs the sample\n"
+     "  rate of the renders the file is for (--rate, 48000 by default).\n"
+     "\n"
+     "example:\n"
+     "  plx tracker-log --in head.log --out head.txt\n"
+     "  plx render --effect SphereDecoder --in scene-3oa.wav --out ears.wav --automation head.txt\n",
+     trackerLogCommand},
     {"remote-map",
      "plx remote-map --effect NAME [--in-layout L] [--out-layout L] [--representation NAME]\n"
      "  Prints the remote map that the effect hands a host for a hardware controller: an\n"

@@ -132,6 +132,24 @@ void stream(Effect& effect, SoundReader& reader, WavWriter& writer, const Automa
     result.damage = reader.damage();
 }
 
+// A file that doesn't tell its layout has the usual speakers of its channel
+// count; to an effect that takes only ambisonics (the decoder), 4, 9 or 16
+// channels are the ambisonic orders instead.
+// The ambisonic layout of 4, 9 or 16 channels; 0 for any other count.
+SpeakerArrangement ambisonicOfChannels(int channels) {
+    for (SpeakerArrangement ambisonic : {Plx::Layout::kAmbi1, Plx::Layout::kAmbi2, Plx::Layout::kAmbi3})
+        if (channelsOf(ambisonic) == channels) return ambisonic;
+    return 0;
+}
+
+SpeakerArrangement ambisonicIfTaken(Effect& effect, SpeakerArrangement usual,
+                                    std::optional<SpeakerArrangement> out) {
+    const SpeakerArrangement wantedOut = out ? *out : effect.outputArrangement();
+    if (effect.setArrangements(usual, wantedOut)) return usual;
+    const SpeakerArrangement ambisonic = ambisonicOfChannels(channelsOf(usual));
+    return ambisonic && effect.setArrangements(ambisonic, wantedOut) ? ambisonic : usual;
+}
+
 std::string setting(const std::vector<std::string>& sets) {
     std::string joined;
     for (const std::string& set : sets) joined += (joined.empty() ? "--set " : ", --set ") + quoted(set);
@@ -145,6 +163,16 @@ std::string dbfs(double level) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f", 20.0 * std::log10(level));
     return text;
+}
+
+void printLevels(const RenderResult& result) {
+    std::printf("  %-8s %10s %10s\n", "channel", "peak dBFS", "RMS dBFS");
+    const std::vector<std::string> labels = speakerLabels(result.out);
+    for (size_t c = 0; c < result.levels.size() && c < labels.size(); ++c) {
+        const ChannelLevel& level = result.levels[c];
+        const double rms = result.frames > 0 ? std::sqrt(level.sumSquares / result.frames) : 0.0;
+        std::printf("  %-8s %10s %10s\n", labels[c].c_str(), dbfs(level.peak).c_str(), dbfs(rms).c_str());
+    }
 }
 
 SpeakerArrangement layoutOption(const std::string& text) {
@@ -178,6 +206,16 @@ std::vector<SpeakerArrangement> acceptedLayouts(Effect& effect, bool input) {
 void negotiate(Effect& effect, SpeakerArrangement in, std::optional<SpeakerArrangement> out) {
     const SpeakerArrangement wantedOut = out ? *out : effect.outputArrangement();
     if (effect.setArrangements(in, wantedOut)) return;
+    // An effect may keep a pair it refuses (the decoder then plays silence and
+    // its editor says "not compatible"): plx names the side that is wrong.
+    if (effect.inputArrangement() == in && effect.outputArrangement() == wantedOut) {
+        const std::vector<SpeakerArrangement> outputs = acceptedLayouts(effect, false);
+        if (outputs.empty())
+            throw UserError(effect.name() + " does not take " + layoutName(in) + " as input; it takes " +
+                            layoutNames(acceptedLayouts(effect, true)));
+        throw UserError(effect.name() + " does not give " + layoutName(wantedOut) + " from " +
+                        layoutName(in) + "; from " + layoutName(in) + " it gives " + layoutNames(outputs));
+    }
     if (effect.inputArrangement() != in)
         throw UserError(effect.name() + " does not take " + layoutName(in) + " as input; it takes " +
                         layoutNames(acceptedLayouts(effect, true)));
@@ -220,12 +258,16 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
 
     SoundReader reader(request.input);
     SpeakerArrangement in = 0;
+    bool guessed = false;
     if (inOption) {
         in = *inOption;
     } else if (auto fromFile = reader.layout(); fromFile && channelsOf(*fromFile) == reader.channels()) {
         in = *fromFile;
     } else if (auto usual = defaultLayoutForChannels(reader.channels())) {
         in = *usual;
+        guessed = true;
+    } else if (const SpeakerArrangement ambisonic = ambisonicOfChannels(reader.channels())) {
+        in = ambisonic;
     } else {
         throw UserError("can't tell the layout of the " + std::to_string(reader.channels()) +
                         " channels in " + shown(request.input) + "; name it with --in-layout");
@@ -243,6 +285,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     if (!request.meterSvg.empty()) meterFile.emplace(request.meterSvg);
 
     Effect effect(session, effectClass);
+    if (guessed) in = ambisonicIfTaken(effect, in, out);
     if (request.stateIn.empty()) {
         negotiate(effect, in, out);
     } else {

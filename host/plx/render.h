@@ -65,5 +65,7 @@ std::vector<Plx::SpeakerArrangement> acceptedLayouts(Effect& effect, bool input)
 
 // dBFS of a linear level; -inf shown for silence.
 std::string dbfs(double level);
+// The peak and RMS levels of each output channel of a render, as a table on stdout.
+void printLevels(const RenderResult& result);
 
 } // namespace Tannhofen::Host::Cli

@@ -88,7 +88,8 @@ TEST(DecoderBuses, ThreeBusesAndTheArrangementRules) {
     }
     // A speaker layout as input is not compatible either, and the output is silent.
     rig.messages.clear();
-    rig.arrange(Layout::k5_1, Layout::kAmbi1);
+    EXPECT_EQ(rig.arrange(Layout::k5_1, Layout::kAmbi1), Plx::kResultFalse); // refused, yet kept
+    EXPECT_EQ(rig.bus(Plx::kInput), Layout::k5_1);
     rig.start();
     EXPECT_EQ(rig.last(Msg::kChangedAlgoType)->ints.at(Msg::kChangedAlgoType), 4);
     PlanarBlock<float> in = randomBlock<float>(6, 64, 1), out = randomBlock<float>(4, 64, 2);
