@@ -5,40 +5,57 @@
 // copy of a block that needs one.
 #pragma once
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
 
 namespace Tannhofen::AmbiBin {
 
 // The largest |x| of n samples in `peak` (NaN ignored); true when every sample
-// is finite. Lanes of running values let the compiler keep them in vector
-// registers: x * 0 is 0 for a finite x and NaN otherwise, and a NaN stays.
+// is finite. The magnitude bits of a float, read as a signed integer, order
+// like its absolute value, with infinity and NaN above every finite value:
+// one integer maximum finds both the peak and anything not finite, and the
+// compiler keeps it in vector registers. A block with something not finite
+// is rare, and only then is it walked again for the finite peak.
 template <class T>
 bool finitePeak(const T* x, uint32_t n, float& peak) {
-    constexpr uint32_t lanes = 8;
-    T largest[lanes] = {};
-    T check[lanes] = {};
+    using Bits = std::conditional_t<sizeof(T) == sizeof(int32_t), int32_t, int64_t>;
+    constexpr Bits kMagnitude = std::numeric_limits<Bits>::max();
+    constexpr Bits kInfinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
+    // Independent running maxima, so that no step waits for the one before.
+    constexpr uint32_t kLanes = 64 / sizeof(Bits);
+    Bits lanes[kLanes] = {};
     uint32_t i = 0;
-    for (; i + lanes <= n; i += lanes)
-        for (uint32_t j = 0; j < lanes; ++j) {
-            const T a = std::fabs(x[i + j]);
-            largest[j] = a > largest[j] ? a : largest[j];
-            check[j] += x[i + j] * T(0);
+    for (; i + kLanes <= n; i += kLanes)
+        for (uint32_t j = 0; j < kLanes; ++j) {
+            Bits bits;
+            std::memcpy(&bits, x + i + j, sizeof bits);
+            bits &= kMagnitude;
+            lanes[j] = bits > lanes[j] ? bits : lanes[j];
         }
     for (; i < n; ++i) {
+        Bits bits;
+        std::memcpy(&bits, x + i, sizeof bits);
+        bits &= kMagnitude;
+        lanes[0] = bits > lanes[0] ? bits : lanes[0];
+    }
+    Bits largest = 0;
+    for (Bits lane : lanes) largest = lane > largest ? lane : largest;
+    if (largest < kInfinity) {
+        peak = static_cast<float>(std::bit_cast<T>(largest));
+        return true;
+    }
+    T finiteLargest = 0;
+    for (uint32_t i = 0; i < n; ++i) {
         const T a = std::fabs(x[i]);
-        largest[0] = a > largest[0] ? a : largest[0];
-        check[0] += x[i] * T(0);
+        if (std::isfinite(a) && a > finiteLargest) finiteLargest = a;
     }
-    T m = 0;
-    bool finite = true;
-    for (uint32_t j = 0; j < lanes; ++j) {
-        m = largest[j] > m ? largest[j] : m;
-        finite = finite && check[j] == T(0);
-    }
-    peak = static_cast<float>(m);
-    return finite;
+    peak = static_cast<float>(finiteLargest);
+    return false;
 }
 
 // dst = src with every NaN or infinite sample made 0; dst may be src.
