@@ -7,6 +7,7 @@
 
 #include "ambi/ambi2ambi_algo.h"
 #include "ambi/ambi_messages.h"
+#include "ambi/ambi_speaker_algo.h"
 #include "ambi/decoder_arrangements.h"
 #include "ambi/level_law.h"
 #include "ambi/normalized.h"
@@ -217,6 +218,11 @@ int32 AmbiBinProcessor::chooseAlgoType() const {
 template <class T>
 AlgoPtr<T> AmbiBinProcessor::makeAlgo(int32 type) {
     switch (type) {
+    case AmbiAlgo<T>::kSpeaker: {
+        auto* speaker = new AmbiSpeakerAlgo<T>(numOutputs);
+        speaker->setSpeakerConf(order, outputArrangement);
+        return AlgoPtr<T>(speaker);
+    }
     case AmbiAlgo<T>::kAmbisonic: return AlgoPtr<T>(new Ambi2AmbiAlgo<T>(numOutputs));
     default: return AlgoPtr<T>();
     }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ambi/ambi2ambi_algo.h"
+#include "ambi/ambi_speaker_algo.h"
 #include "frame/class_ids.h"
 #include "frame/iaudioprocessor.h"
 #include "frame/icomponent.h"
@@ -143,6 +144,17 @@ void AmbisonicAlone(benchmark::State& state) {
     AlgorithmAlone(state, std::make_unique<AmbiBin::Ambi2AmbiAlgo<float>>(kInputs), false);
 }
 
+void SpeakersProcessor(benchmark::State& state) {
+    Processor(state, Layout::k7_1_4);
+}
+void SpeakersAlone(benchmark::State& state) {
+    auto algo = std::make_unique<AmbiBin::AmbiSpeakerAlgo<float>>(Plx::channelCount(Layout::k7_1_4));
+    algo->setSpeakerConf(3, Layout::k7_1_4);
+    AlgorithmAlone(state, std::move(algo), false);
+}
+
+BENCHMARK(SpeakersProcessor);
+BENCHMARK(SpeakersAlone);
 BENCHMARK(AmbisonicProcessor);
 BENCHMARK(AmbisonicAlone);
 

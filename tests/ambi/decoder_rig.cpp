@@ -98,6 +98,14 @@ DecoderRig::DecoderRig(Options options)
     processorPoint =
         IPtr<Plx::IConnectionPoint>::adopt(Plx::queryInterfaceOf<Plx::IConnectionPoint>(component.get()));
     EXPECT_EQ(component->initialize(host.unknown()), Plx::kResultOk);
+    // As a host does: the buses that are active by default are switched on.
+    for (int dir : {Plx::kInput, Plx::kOutput})
+        for (int32_t i = 0; i < component->getBusCount(Plx::kAudio, dir); ++i) {
+            Plx::BusInfo info{};
+            if (component->getBusInfo(Plx::kAudio, dir, i, &info) == Plx::kResultOk &&
+                (info.flags & Plx::kDefaultActive))
+                component->activateBus(Plx::kAudio, dir, i, 1);
+        }
     handler = IPtr<Host::ComponentHandler>::adopt(Host::ComponentHandler::create());
     if (options.controller) {
         Plx::TUID controllerClass{};
