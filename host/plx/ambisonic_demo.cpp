@@ -74,8 +74,8 @@ void writeScene(const std::string& path) {
 
 bool takesOnlyAmbisonics(Effect& effect) {
     const Plx::SpeakerArrangement in = effect.inputArrangement(), out = effect.outputArrangement();
-    const bool ambisonic = effect.setArrangements(Plx::Layout::kAmbi3, out);
-    const bool speakers = effect.setArrangements(Plx::Layout::k7_1_4, out);
+    const bool ambisonic = effect.setArrangements(Plx::Layout::kAmbi3, Plx::Layout::kAmbi3);
+    const bool speakers = effect.setArrangements(Plx::Layout::k7_1_4, Plx::Layout::k7_1_4);
     effect.setArrangements(in, out);
     return ambisonic && !speakers;
 }

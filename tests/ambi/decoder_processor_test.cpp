@@ -169,6 +169,22 @@ TEST(DecoderAmbisonicPath, CopiesRotatesAndFillsHigherOrdersWithSilence) {
     }
     EXPECT_NEAR(std::fabs(turned[0]), 90, 1e-3);
     EXPECT_NEAR(turned[0], -turned[1], 1e-3);
+
+    // A pitch of 90 degrees lifts a source in front straight up or down, a
+    // roll of 90 degrees one on the left.
+    const struct {
+        Plx::ParamID id;
+        double value, azimuth;
+    } turns[] = {{ParamId::kPitch, 1.0, 0}, {ParamId::kRoll, 0.25, 90}};
+    for (const auto& t : turns) {
+        DecoderRig tilted;
+        run(tilted, Layout::kAmbi1, Layout::kAmbi1, 256);
+        tilted.changes->addChange(t.id, 0, t.value);
+        PlanarBlock<float> in = planeWave<float>(t.azimuth, 0, 1, 256, 8), out(4, 256);
+        tilted.process(in, out, 256);
+        tilted.process(in, out, 256);
+        EXPECT_NEAR(std::fabs(out.data[2][50] / in.data[0][50]), 1.0, 1e-5) << t.id;
+    }
 }
 
 TEST(DecoderAmbisonicPath, FocusReachesTheAlgorithmOnlyWhenOn) {
