@@ -167,10 +167,7 @@ Parameter* AmbiBinController::createTableParameter(const ParamInfoRecord& row) {
     const std::u16string shortTitle = utf8ToUtf16(row.name);
     const std::u16string units = utf8ToUtf16(row.units);
     const auto id = static_cast<ParamID>(row.id);
-    int32 flags = 0;
-    if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
-    if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
-    if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
+    const int32 flags = hostFlagsOf(row);
     Parameter* p = nullptr;
     switch (row.type) {
     case ParamInfoRecord::kFloat:
@@ -355,9 +352,7 @@ void AmbiBinController::restart(int32 flags) {
 
 int32 AmbiBinController::enabledFlags(ParamID id) const {
     const ParamInfoRecord* row = findAmbiParam(static_cast<int32_t>(id));
-    int32 flags = 0;
-    if (row && (row->flags & ParamInfoRecord::kAutomatable)) flags |= ParameterInfo::kCanAutomate;
-    if (row && (row->flags & ParamInfoRecord::kWrapAround)) flags |= ParameterInfo::kIsWrapAround;
+    int32 flags = row ? hostFlagsOf(*row) & ~ParameterInfo::kIsReadOnly : 0;
     // The rotation is automated unless the tracker drives it.
     if (isRotationId(id) && tracker.mode != HeadTrackerLink::kTracking) flags |= ParameterInfo::kCanAutomate;
     return flags;

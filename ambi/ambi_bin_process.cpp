@@ -16,18 +16,10 @@ using namespace Plx;
 
 namespace {
 
-template <class T>
-T** channelsOf(PlxAudioBuffers& bus) {
-    if constexpr (sizeof(T) == sizeof(float))
-        return bus.channelBuffers32;
-    else
-        return bus.channelBuffers64;
-}
-
 // The channel pointers of a bus, when it has at least `needed` and none is null.
 template <class T>
 T** usableChannels(PlxAudioBuffers& bus, uint32_t needed) {
-    T** channels = channelsOf<T>(bus);
+    T** channels = channelBuffers<T>(bus);
     if (!channels || bus.numChannels < static_cast<int32>(needed)) return nullptr;
     for (uint32_t c = 0; c < needed; ++c)
         if (!channels[c]) return nullptr;
@@ -36,7 +28,7 @@ T** usableChannels(PlxAudioBuffers& bus, uint32_t needed) {
 
 template <class T>
 void zeroBus(PlxAudioBuffers& bus, int32 frames) {
-    T** channels = channelsOf<T>(bus);
+    T** channels = channelBuffers<T>(bus);
     if (!channels || frames <= 0) return;
     for (int32 c = 0; c < bus.numChannels; ++c)
         if (channels[c]) DSP::Vec::zero(channels[c], static_cast<size_t>(frames));
@@ -175,7 +167,7 @@ tresult AmbiBinProcessor::processBlock(PlxProcessData& data) {
     int32 auxChannels = 0;
     if (aux && auxBusActive && algoType != AmbiAlgo<T>::kAmbisonic && data.numInputs >= 2) {
         PlxAudioBuffers& auxBus = data.inputs[1];
-        T** auxIn = channelsOf<T>(auxBus);
+        T** auxIn = channelBuffers<T>(auxBus);
         auxChannels = auxIn ? std::clamp(auxBus.numChannels, 0, 2) : 0;
         for (int32 c = 0; c < 2; ++c) {
             if (c < auxChannels && auxIn[c])

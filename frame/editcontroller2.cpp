@@ -6,6 +6,14 @@
 
 namespace Tannhofen::Plx {
 
+int32 hostFlagsOf(const ParamInfoRecord& row) {
+    int32 flags = 0;
+    if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
+    if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
+    if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
+    return flags;
+}
+
 EditController2::~EditController2() = default;
 
 tresult EditController2::initialize(FUnknown* context) {
@@ -50,10 +58,7 @@ Parameter* EditController2::createTableParameter(const ParamInfoRecord& row) {
     const std::u16string title = utf8ToUtf16(row.title);
     const std::u16string units = utf8ToUtf16(row.units);
     const auto id = static_cast<ParamID>(row.id);
-    int32 flags = 0;
-    if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
-    if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
-    if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
+    const int32 flags = hostFlagsOf(row);
 
     Parameter* p = nullptr;
     switch (row.type) {

@@ -12,6 +12,10 @@
 
 namespace Tannhofen::Plx {
 
+// The host's ParameterInfo flags that a row's flags grant: automatable,
+// read-only, wrap-around.
+int32 hostFlagsOf(const ParamInfoRecord& row);
+
 class EditController2 : public EditControllerEx1 {
 public:
     PLX_OBJ_METHODS(EditController2, EditControllerEx1, "Plx::EditController2")

@@ -55,6 +55,15 @@ struct PlxProcessContext {
     int32 timeSigDenominator;
 };
 
+// The channel pointers of a bus in the sample type T, float or double.
+template <class T>
+T** channelBuffers(PlxAudioBuffers& bus) {
+    if constexpr (sizeof(T) == sizeof(float))
+        return bus.channelBuffers32;
+    else
+        return bus.channelBuffers64;
+}
+
 struct PlxProcessData {
     int32 processMode;
     int32 symbolicSampleSize;

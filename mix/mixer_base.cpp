@@ -29,14 +29,6 @@ bool allSilent(const PlxAudioBuffers& bus) {
     return (bus.silenceFlags & all) == all;
 }
 
-template <class T>
-T** channelsOf(PlxAudioBuffers& bus) {
-    if constexpr (std::is_same_v<T, float>)
-        return bus.channelBuffers32;
-    else
-        return bus.channelBuffers64;
-}
-
 } // namespace
 
 MMixerBase::MMixerBase(const FUID& controllerClass, const MixParamTable* paramInfo)
@@ -512,8 +504,8 @@ tresult MMixerBase::processBlock(PlxProcessData& data, bool forceSend) {
     // output, say): they are read as nothing and written as silence.
     if (inBus.numChannels < std::max(ins, 1) || outBus.numChannels < std::max(outs, 1))
         return kInvalidArgument;
-    T** in = channelsOf<T>(inBus);
-    T** out = channelsOf<T>(outBus);
+    T** in = channelBuffers<T>(inBus);
+    T** out = channelBuffers<T>(outBus);
     if (!in || !out) return kInvalidArgument;
     for (int32_t i = 0; i < ins; ++i)
         if (!in[i]) return kInvalidArgument;

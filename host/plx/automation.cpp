@@ -81,9 +81,9 @@ Automation Automation::load(const std::string& path, double sampleRate, const Re
     return parse(std::string(bytes.begin(), bytes.end()), shown(path), sampleRate, resolve);
 }
 
-Automation Automation::parse(const std::string& text, const std::string& source, double sampleRate,
-                             const Resolver& resolve) {
-    Automation automation;
+void forEachLine(
+    const std::string& text, const std::string& source, const std::string& shape,
+    const std::function<void(const std::vector<std::string>& fields, const std::string& where)>& take) {
     int lineNumber = 0;
     for (size_t start = 0; start < text.size();) {
         size_t end = text.find('\n', start);
@@ -92,7 +92,7 @@ Automation Automation::parse(const std::string& text, const std::string& source,
         const std::string where = source + ":" + std::to_string(lineNumber) + ": ";
         if (end - start > kMaxAutomationLine)
             throw UserError(where + "the line is longer than " + std::to_string(kMaxAutomationLine) +
-                            " bytes; a point is TIME PARAMETER VALUE");
+                            " bytes; a point is " + shape);
         std::string line = text.substr(start, end - start);
         start = end + 1;
         const size_t hash = line.find('#');
@@ -101,27 +101,36 @@ Automation Automation::parse(const std::string& text, const std::string& source,
         const std::vector<std::string> f = fields(line, &unterminated);
         if (f.empty()) continue;
         if (unterminated) throw UserError(where + "a quote is not closed");
-        if (f.size() != 3)
-            throw UserError(where + "expected TIME PARAMETER VALUE, not " + std::to_string(f.size()) +
-                            " fields");
-        int64_t sample = 0;
-        if (!parseTime(f[0], sampleRate, &sample))
-            throw UserError(where + "bad time " + quoted(f[0]) +
-                            " (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
-        try {
-            const std::pair<Plx::ParamID, double> resolved = resolve(f[1], f[2]);
-            const Plx::ParamID id = resolved.first;
-            auto lane = std::find_if(automation.laneList.begin(), automation.laneList.end(),
-                                     [&](const Lane& l) { return l.id == id; });
-            if (lane == automation.laneList.end()) {
-                automation.laneList.push_back({id, 0.0, {}});
-                lane = automation.laneList.end() - 1;
-            }
-            lane->points.push_back({sample, resolved.second});
-        } catch (const UserError& error) {
-            throw UserError(where + error.what());
-        }
+        take(f, where);
     }
+}
+
+Automation Automation::parse(const std::string& text, const std::string& source, double sampleRate,
+                             const Resolver& resolve) {
+    Automation automation;
+    forEachLine(text, source, "TIME PARAMETER VALUE",
+                [&](const std::vector<std::string>& f, const std::string& where) {
+                    if (f.size() != 3)
+                        throw UserError(where + "expected TIME PARAMETER VALUE, not " +
+                                        std::to_string(f.size()) + " fields");
+                    int64_t sample = 0;
+                    if (!parseTime(f[0], sampleRate, &sample))
+                        throw UserError(where + "bad time " + quoted(f[0]) +
+                                        " (seconds as 1.5 or 1.5s, 250ms, or samples as 72000smp)");
+                    try {
+                        const std::pair<Plx::ParamID, double> resolved = resolve(f[1], f[2]);
+                        const Plx::ParamID id = resolved.first;
+                        auto lane = std::find_if(automation.laneList.begin(), automation.laneList.end(),
+                                                 [&](const Lane& l) { return l.id == id; });
+                        if (lane == automation.laneList.end()) {
+                            automation.laneList.push_back({id, 0.0, {}});
+                            lane = automation.laneList.end() - 1;
+                        }
+                        lane->points.push_back({sample, resolved.second});
+                    } catch (const UserError& error) {
+                        throw UserError(where + error.what());
+                    }
+                });
     for (Lane& lane : automation.laneList) {
         std::stable_sort(lane.points.begin(), lane.points.end(),
                          [](const Point& a, const Point& b) { return a.sample < b.sample; });

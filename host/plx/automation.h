@@ -23,6 +23,15 @@ namespace Tannhofen::Host::Cli {
 // Lines longer than this are refused: no automation point needs them.
 inline constexpr size_t kMaxAutomationLine = 4096;
 
+// Calls `take` with the fields of each line of `text` that isn't empty once
+// its comment ('#' on) is cut. Fields are split at spaces, tabs and commas;
+// double quotes keep one whole. `where` ("source:line: ") begins a message
+// about the line. UserError for a line longer than kMaxAutomationLine or a
+// quote left open; `shape` ("TIME PARAMETER VALUE") tells what a line holds.
+void forEachLine(
+    const std::string& text, const std::string& source, const std::string& shape,
+    const std::function<void(const std::vector<std::string>& fields, const std::string& where)>& take);
+
 class Automation {
 public:
     // Resolves the PARAMETER and VALUE fields of a line to a parameter id and

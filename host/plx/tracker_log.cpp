@@ -20,21 +20,6 @@ double wrapDegrees(double degrees) {
     return a;
 }
 
-std::vector<std::string> fieldsOf(const std::string& line) {
-    std::vector<std::string> fields;
-    std::string field;
-    for (char c : line) {
-        if (c == ' ' || c == '\t' || c == ',' || c == '\r') {
-            if (!field.empty()) fields.push_back(field);
-            field.clear();
-        } else {
-            field += c;
-        }
-    }
-    if (!field.empty()) fields.push_back(field);
-    return fields;
-}
-
 struct Lane {
     const char* name;
     bool wraps;
@@ -51,40 +36,29 @@ void appendPoint(std::string& out, int64_t sample, const char* name, double degr
 std::vector<TrackerPoint> parseTrackerLog(const std::string& text, const std::string& source,
                                           double sampleRate, bool radians) {
     std::vector<TrackerPoint> points;
-    int lineNumber = 0;
-    for (size_t start = 0; start < text.size();) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        ++lineNumber;
-        const std::string where = source + ":" + std::to_string(lineNumber) + ": ";
-        if (end - start > kMaxAutomationLine)
-            throw UserError(where + "the line is longer than " + std::to_string(kMaxAutomationLine) +
-                            " bytes");
-        std::string line = text.substr(start, end - start);
-        start = end + 1;
-        if (const size_t hash = line.find('#'); hash != std::string::npos) line.resize(hash);
-        const std::vector<std::string> f = fieldsOf(line);
-        if (f.empty()) continue;
-        if (f.size() != 4)
-            throw UserError(where + "expected TIME YAW PITCH ROLL, not " + std::to_string(f.size()) +
-                            " fields");
-        TrackerPoint point{};
-        if (!Automation::parseTime(f[0], sampleRate, &point.sample))
-            throw UserError(where + "bad time " + quoted(f[0]) +
-                            " (seconds as 1.5, 250ms, or samples as 72000smp)");
-        double angles[3] = {};
-        for (int i = 0; i < 3; ++i) {
-            if (!parseDecimal(f[static_cast<size_t>(i) + 1], &angles[i]))
-                throw UserError(where + "bad angle " + quoted(f[static_cast<size_t>(i) + 1]));
-            if (radians) angles[i] *= 180.0 / M_PI;
-        }
-        if (!points.empty() && point.sample <= points.back().sample)
-            throw UserError(where + "the time " + quoted(f[0]) + " does not come after the line before");
-        point.yaw = wrapDegrees(angles[0]);
-        point.pitch = std::fmax(-90.0, std::fmin(90.0, angles[1]));
-        point.roll = wrapDegrees(angles[2]);
-        points.push_back(point);
-    }
+    forEachLine(text, source, "TIME YAW PITCH ROLL",
+                [&](const std::vector<std::string>& f, const std::string& where) {
+                    if (f.size() != 4)
+                        throw UserError(where + "expected TIME YAW PITCH ROLL, not " +
+                                        std::to_string(f.size()) + " fields");
+                    TrackerPoint point{};
+                    if (!Automation::parseTime(f[0], sampleRate, &point.sample))
+                        throw UserError(where + "bad time " + quoted(f[0]) +
+                                        " (seconds as 1.5, 250ms, or samples as 72000smp)");
+                    double angles[3] = {};
+                    for (size_t i = 0; i < 3; ++i) {
+                        if (!parseDecimal(f[i + 1], &angles[i]))
+                            throw UserError(where + "bad angle " + quoted(f[i + 1]));
+                        if (radians) angles[i] *= 180.0 / M_PI;
+                    }
+                    if (!points.empty() && point.sample <= points.back().sample)
+                        throw UserError(where + "the time " + quoted(f[0]) +
+                                        " does not come after the line before");
+                    point.yaw = wrapDegrees(angles[0]);
+                    point.pitch = std::fmax(-90.0, std::fmin(90.0, angles[1]));
+                    point.roll = wrapDegrees(angles[2]);
+                    points.push_back(point);
+                });
     return points;
 }
 
