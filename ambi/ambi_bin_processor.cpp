@@ -344,9 +344,11 @@ void AmbiBinProcessor::buildAuxDelay() {
     // A long convolution at a low rate can exceed 200 ms: the line then holds
     // the whole latency, so that the aux input stays aligned with the decoder.
     const float capacity = std::max(kAuxDelayMs, static_cast<float>((latency + 4) * 1000.0 / rate));
+    // The channels first: a line made for a new channel takes the delay in
+    // milliseconds, which need not give back the same whole samples.
     auto build = [&](auto& line) {
-        line->setDelaySamples(latency);
         line->setChannels(2, 2);
+        line->setDelaySamples(latency);
         line->init();
     };
     if (processSetup.symbolicSampleSize == kSample64) {
