@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "ambi/ambi2ambi_algo.h"
+#include "ambi/ambi_bin_algo.h"
 #include "ambi/ambi_messages.h"
 #include "ambi/ambi_speaker_algo.h"
 #include "ambi/decoder_arrangements.h"
@@ -134,6 +135,17 @@ tresult AmbiBinProcessor::setGraphLocation(int32 location, int32 position) {
     return kResultOk;
 }
 
+void AmbiBinProcessor::onFactoryStatus(const char* username, int32_t status) {
+    IPtr<IMessage> message = IPtr<IMessage>::adopt(allocateMessage());
+    if (!message) return;
+    message->setMessageID(Msg::kEmbody);
+    if (IPlxAttributes* a = message->getAttributes()) {
+        a->setString(Msg::kUsername, utf8ToUtf16(username ? username : "").c_str());
+        a->setInt(Msg::kStatus, status);
+    }
+    post(message.get());
+}
+
 // ---- buses ------------------------------------------------------------------
 
 tresult AmbiBinProcessor::setBusArrangements(SpeakerArrangement* inputs, int32 numIns,
@@ -218,6 +230,11 @@ int32 AmbiBinProcessor::chooseAlgoType() const {
 template <class T>
 AlgoPtr<T> AmbiBinProcessor::makeAlgo(int32 type) {
     switch (type) {
+    case AmbiAlgo<T>::kBinaural:
+        if constexpr (sizeof(T) == sizeof(float))
+            return AlgoPtr<T>(new AmbiBinAlgo<T>(&floatBank));
+        else
+            return AlgoPtr<T>(new AmbiBinAlgo<T>(&doubleBank));
     case AmbiAlgo<T>::kSpeaker: {
         auto* speaker = new AmbiSpeakerAlgo<T>(numOutputs);
         speaker->setSpeakerConf(order, outputArrangement);
@@ -286,6 +303,20 @@ int32 AmbiBinProcessor::configureAlgo(AmbiAlgo<T>& algo) {
     if (algo.setSampleRate(static_cast<T>(processSetup.sampleRate)) != 0) {
         algo.release();
         return 1;
+    }
+    if (algoType == AmbiAlgo<T>::kBinaural) {
+        if (IAmbiBin* binaural = queryInterfaceOf<IAmbiBin>(static_cast<FObject*>(&algo))) {
+            sendStringMessage(Msg::kSofaName, Msg::kSofaName, sofaName);
+            // A set that can't be had (a file that is gone, a profile without
+            // its service) falls back to the standard set of the order; the
+            // controller is told the mode really in force, while hrirMode keeps
+            // the request for the next activation and the state.
+            binaural->setHrir(hrirMode, static_cast<float>(processSetup.sampleRate), order,
+                              utf8ToUtf16(sofaName).c_str(), this, forceReload);
+            forceReload = false;
+            sendIntMessage(Msg::kHrirMode, Msg::kHrirMode, binaural->getHrirMode());
+            binaural->release();
+        }
     }
     if (algo.init() != AmbiAlgo<T>::kInitDone) {
         algo.release();

@@ -17,6 +17,8 @@
 #include "ambi/ambi_algo.h"
 #include "ambi/ambi_interfaces.h"
 #include "ambi/ambi_state.h"
+#include "ambi/hrir_bank.h"
+#include "ambi/hrir_profile.h"
 #include "dsp/algo32/delay.h"
 #include "dsp/algo64/delay.h"
 #include "frame/audioeffect.h"
@@ -43,7 +45,7 @@ struct PeakMeters {
     std::vector<float> held;
 };
 
-class AmbiBinProcessor : public Plx::AudioEffect, public Plx::IGraphLocation {
+class AmbiBinProcessor : public Plx::AudioEffect, public Plx::IGraphLocation, public IFactoryListener {
 public:
     PLX_OBJ_METHODS(AmbiBinProcessor, Plx::AudioEffect, "AmbiBinProcessor")
     PLX_REFCOUNT_METHODS(Plx::AudioEffect)
@@ -80,6 +82,8 @@ public:
     tresult process(Plx::PlxProcessData* data) override;
     // IGraphLocation
     tresult setGraphLocation(int32 location, int32 position) override;
+    // IFactoryListener: a personal profile's status goes to the controller as "Embody".
+    void onFactoryStatus(const char* username, int32_t status) override;
 
     // Views for tests of the class itself.
     int32 getAlgoType() const { return algoType; }
@@ -126,6 +130,10 @@ private:
 
     AlgoPtr<float> floatAlgo;
     AlgoPtr<double> doubleAlgo;
+    // The HRIR sets of the binaural algorithm, one bank per sample size: a set
+    // built once (a SOFA file, resampled) stays for later activations.
+    HrirBank<float> floatBank;
+    HrirBank<double> doubleBank;
     IAmbiSpeakerAlgo* speakerFace = nullptr; // of the speaker algorithm, while it lives
     std::unique_ptr<DSP::Algo32::DelayMultiCh> auxDelay32;
     std::unique_ptr<DSP::Algo64::DelayMultiCh> auxDelay64;

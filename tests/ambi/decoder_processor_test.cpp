@@ -21,6 +21,7 @@ using namespace DecoderTest;
 namespace Layout = Tannhofen::Plx::Layout;
 namespace Msg = Tannhofen::AmbiBin::Msg;
 namespace ParamId = Tannhofen::AmbiBin::ParamId;
+namespace ControlId = Tannhofen::AmbiBin::ControlId;
 namespace Ref = AmbiReference;
 
 namespace {
@@ -428,8 +429,11 @@ TEST(DecoderBlocks, EveryAlgorithmAtBothSampleSizesWithoutAllocating) {
     // The rig's guard checks every process call for allocations and locks;
     // here each algorithm type runs with the head turning, the focus on and
     // the aux input in use, in 32 and 64 bits, and gives finite sound.
-    const std::pair<SpeakerArrangement, bool> outputs[] = {
-        {Layout::kStereo, false}, {Layout::k7_1_4, true}, {Layout::k22_2, true}, {Layout::kAmbi3, true}};
+    const std::pair<SpeakerArrangement, bool> outputs[] = {{Layout::kStereo, true},
+                                                           {Layout::kStereo, false},
+                                                           {Layout::k7_1_4, true},
+                                                           {Layout::k22_2, true},
+                                                           {Layout::kAmbi3, true}};
     for (const auto& [out, binaural] : outputs)
         for (int size : {Plx::kSample32, Plx::kSample64}) {
             DecoderRig rig;
@@ -461,4 +465,181 @@ TEST(DecoderBlocks, EveryAlgorithmAtBothSampleSizesWithoutAllocating) {
             else
                 run(0.0);
         }
+}
+
+// ---- binaural ---------------------------------------------------------------
+
+namespace {
+
+// The two ears' output of `blocks` blocks of `block` frames, one after the
+// other; `fill(b, in, aux)` writes block b's main and aux inputs.
+template <class T, class Fill>
+std::vector<std::vector<T>> listen(DecoderRig& rig, uint32_t ins, uint32_t block, int blocks, Fill fill) {
+    std::vector<std::vector<T>> ears(2);
+    for (int b = 0; b < blocks; ++b) {
+        PlanarBlock<T> in(ins, block), aux(2, block), out = randomBlock<T>(2, block, 99);
+        fill(b, in, aux);
+        EXPECT_EQ(rig.process(in, out, block, &aux), Plx::kResultOk);
+        for (int c = 0; c < 2; ++c) ears[c].insert(ears[c].end(), out.data[c].begin(), out.data[c].end());
+    }
+    return ears;
+}
+
+template <class T>
+double energy(const std::vector<T>& x, size_t from) {
+    double e = 0;
+    for (size_t i = from; i < x.size(); ++i) e += double(x[i]) * double(x[i]);
+    return e;
+}
+
+} // namespace
+
+TEST(DecoderBinauralPath, LatencyReportedAndTheHeadLockedInputAlignedToIt) {
+    // Both sample sizes, one with a block that divides no transform size.
+    const struct {
+        int size;
+        double rate;
+        uint32_t block;
+    } setups[] = {{Plx::kSample32, 48000, 512}, {Plx::kSample64, 44100, 300}};
+    for (const auto& s : setups) {
+        auto check = [&](auto zero) {
+            using T = decltype(zero);
+            DecoderRig rig;
+            run(rig, Layout::kAmbi3, Layout::kStereo, int(s.block), s.rate, s.size);
+            EXPECT_EQ(rig.last(Msg::kChangedAlgoType)->ints.at(Msg::kChangedAlgoType), 1);
+            EXPECT_EQ(rig.last(Msg::kHrirMode)->ints.at(Msg::kHrirMode), 1);
+            const uint32_t latency = rig.latency();
+            ASSERT_GT(latency, 0u);
+            const int blocks = int((latency + 200) / s.block) + 2;
+
+            // The head-locked input alone, at unity gain: it comes out exactly
+            // `latency` samples late, each side on its own ear, and nothing else.
+            auto ears = listen<T>(rig, 16, s.block, blocks, [](int b, PlanarBlock<T>&, PlanarBlock<T>& aux) {
+                if (b == 0) aux.data[0][0] = T(1), aux.data[1][0] = T(-0.5);
+            });
+            for (size_t f = 0; f < ears[0].size(); ++f) {
+                ASSERT_EQ(ears[0][f], f == latency ? T(1) : T(0)) << f;
+                ASSERT_EQ(ears[1][f], f == latency ? T(-0.5) : T(0)) << f;
+            }
+
+            // An impulse of the scene: nothing before the latency, the
+            // response right after it (the sets keep the direct sound in
+            // their first taps).
+            rig.stop();
+            rig.start();
+            ears = listen<T>(rig, 16, s.block, blocks, [](int b, PlanarBlock<T>& in, PlanarBlock<T>&) {
+                if (b == 0)
+                    for (int c = 0; c < 16; ++c) in.data[c][0] = T(c == 0 ? 1 : 0);
+            });
+            for (int c = 0; c < 2; ++c) {
+                for (size_t f = 0; f < latency; ++f) ASSERT_EQ(ears[c][f], T(0)) << f;
+                const double early =
+                    energy(std::vector<T>(ears[c].begin(), ears[c].begin() + latency + 64), 0);
+                EXPECT_GT(early, 0.5 * energy(ears[c], 0)) << c;
+            }
+        };
+        if (s.size == Plx::kSample32)
+            check(0.0f);
+        else
+            check(0.0);
+    }
+}
+
+TEST(DecoderBinauralPath, EarsFollowTheSourceAndTheHead) {
+    constexpr uint32_t kBlock = 512;
+    constexpr int kBlocks = 10;
+    auto scene = [](double azimuth) {
+        return [azimuth](int b, PlanarBlock<float>& in, PlanarBlock<float>&) {
+            in = planeWave<float>(azimuth, 0, 3, kBlock, unsigned(70 + b));
+        };
+    };
+    // The later blocks, where every filter has settled on the steady scene.
+    const size_t settled = 6 * kBlock;
+    for (double azimuth : {90.0, -90.0}) {
+        DecoderRig rig;
+        run(rig, Layout::kAmbi3, Layout::kStereo, int(kBlock));
+        const auto ears = listen<float>(rig, 16, kBlock, kBlocks, scene(azimuth));
+        const double level = 10 * std::log10(energy(ears[0], settled) / energy(ears[1], settled));
+        EXPECT_GT(azimuth > 0 ? level : -level, 6.0) << azimuth; // the near ear is louder
+    }
+
+    // A turned head hears a source in front as the ambisonic path turns it:
+    // the binaural output of the turned scene equals that of the scene
+    // encoded where the turn puts the source.
+    DecoderRig field;
+    run(field, Layout::kAmbi1, Layout::kAmbi1, int(kBlock));
+    field.changes->addChange(ParamId::kYaw, 0, yawValue(60));
+    PlanarBlock<float> front = planeWave<float>(0, 0, 1, kBlock, 5), turned(4, kBlock);
+    field.process(front, turned, kBlock);
+    field.process(front, turned, kBlock);
+    const double azimuth = std::atan2(turned.data[1][9], turned.data[3][9]) * 180 / M_PI;
+    EXPECT_NEAR(std::fabs(azimuth), 60, 1e-3);
+
+    DecoderRig head, still;
+    run(head, Layout::kAmbi3, Layout::kStereo, int(kBlock));
+    run(still, Layout::kAmbi3, Layout::kStereo, int(kBlock));
+    head.changes->addChange(ParamId::kYaw, 0, yawValue(60));
+    const auto turning = listen<float>(head, 16, kBlock, kBlocks, scene(0));
+    const auto placed = listen<float>(still, 16, kBlock, kBlocks, scene(azimuth));
+    double peak = 0, difference = 0;
+    for (int c = 0; c < 2; ++c)
+        for (size_t f = settled; f < turning[c].size(); ++f) {
+            peak = std::max(peak, std::fabs(double(placed[c][f])));
+            difference = std::max(difference, std::fabs(double(turning[c][f]) - double(placed[c][f])));
+        }
+    EXPECT_GT(peak, 0.01);
+    EXPECT_LT(difference, 1e-4 * peak);
+}
+
+TEST(DecoderBinauralPath, HrirSetsChangeThroughTheRestartAndFallBack) {
+    auto inForce = [](DecoderRig& rig) { return rig.last(Msg::kHrirMode)->ints.at(Msg::kHrirMode); };
+    // The first-order YouTube set: asked for while running, in force after
+    // the restart, and heard: the output differs from the standard set's.
+    DecoderRig rig;
+    run(rig, Layout::kAmbi1, Layout::kStereo, 256);
+    auto hear = [](DecoderRig& r, int order) {
+        return listen<float>(r, uint32_t((order + 1) * (order + 1)), 256, 8,
+                             [order](int b, PlanarBlock<float>& in, PlanarBlock<float>&) {
+                                 in = planeWave<float>(30, 10, order, 256, unsigned(80 + b));
+                             });
+    };
+    const auto standard = hear(rig, 1);
+    rig.messages.clear();
+    ASSERT_EQ(rig.sendInt(Msg::kHrirModeChanged, Msg::kHrirModeChanged, 2), Plx::kResultOk);
+    EXPECT_TRUE(rig.seen(Msg::kHrirMode).empty());
+    rig.stop();
+    rig.start();
+    EXPECT_EQ(inForce(rig), 2);
+    EXPECT_EQ(rig.controller->getParamNormalized(ControlId::kModeYoutube), 1.0);
+    const auto youtube = hear(rig, 1);
+    double difference = 0;
+    for (size_t f = 0; f < standard[0].size(); ++f)
+        difference = std::max(difference, double(std::fabs(standard[0][f] - youtube[0][f])));
+    EXPECT_GT(difference, 1e-3);
+
+    // Third order: YouTube has no set and falls back; Facebook has one. A
+    // file that is gone and a profile without its service fall back too, and
+    // the controller shows the standard mode; the request stays in the state.
+    DecoderRig third;
+    run(third, Layout::kAmbi3, Layout::kStereo, 256);
+    const struct {
+        int32_t asked;
+        std::u16string file;
+        int64_t expected;
+    } cases[] = {
+        {2, u"", 1}, {4, u"", 4}, {3, u"/no/such/head.sofa", 1}, {5, u"IMMERSE Profile: someone", 1}};
+    for (const auto& c : cases) {
+        third.stop();
+        if (!c.file.empty()) third.sendString(Msg::kSofaFileChanged, Msg::kFilename, c.file);
+        third.sendInt(Msg::kHrirModeChanged, Msg::kHrirModeChanged, c.asked);
+        third.start();
+        EXPECT_EQ(inForce(third), c.expected) << c.asked;
+        EXPECT_EQ(third.controller->getParamNormalized(ControlId::kModeOffset + Plx::ParamID(c.expected)),
+                  1.0);
+        if (!c.file.empty()) {
+            EXPECT_EQ(third.last(Msg::kSofaName)->strings.at(Msg::kSofaName), c.file);
+        }
+        const auto ears = hear(third, 3);
+        EXPECT_GT(energy(ears[0], 0), 1.0) << c.asked;
+    }
 }
