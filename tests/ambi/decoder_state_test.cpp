@@ -187,3 +187,33 @@ TEST(DecoderState, TheOutputAStateAsksFor) {
     rig.stop();
     EXPECT_EQ(rig.bus(Plx::kOutput), Layout::kStereo);
 }
+
+TEST(DecoderState, ASofaFileThatIsGoneFallsBackAndTheControllerShowsIt) {
+    namespace ControlId = Tannhofen::AmbiBin::ControlId;
+    const double focus[6] = {0.5, 0.5, 0.333, 1, 0, 1};
+    const std::string kemar = PLX_KEMAR_SOFA;
+    const struct {
+        std::string file;
+        int64_t inForce;
+    } cases[] = {{"/gone/head.sofa", 1}, {kemar, 3}};
+    for (const auto& c : cases) {
+        if (c.file.empty()) continue;
+        DecoderRig rig;
+        stopped(rig, Layout::kAmbi3, Layout::kStereo);
+        ASSERT_EQ(rig.loadState(version5(3, 3, 1, c.file, 0, 0, Layout::kStereo, 1, focus)), Plx::kResultOk);
+        ASSERT_EQ(rig.syncController(), Plx::kResultOk);
+        ASSERT_EQ(rig.start(), Plx::kResultOk);
+        EXPECT_EQ(rig.last(Msg::kHrirMode)->ints.at(Msg::kHrirMode), c.inForce) << c.file;
+        EXPECT_EQ(rig.controller->getParamNormalized(ControlId::kModeSofa), c.inForce == 3 ? 1.0 : 0.0);
+        EXPECT_EQ(rig.controller->getParamNormalized(ControlId::kModeStandard), c.inForce == 1 ? 1.0 : 0.0);
+        // The decoder runs on the set in force; the request stays for the next session.
+        PlanarBlock<float> in = randomBlock<float>(16, 128, 3), out(2, 128);
+        double sum = 0;
+        for (int b = 0; b < 40; ++b) {
+            ASSERT_EQ(rig.process(in, out, 128), Plx::kResultOk);
+            for (float x : out.data[0]) sum += std::fabs(x);
+        }
+        EXPECT_GT(sum, 1.0);
+        EXPECT_EQ(rig.saveState(), version5(3, 3, 1, c.file, 0, 0, Layout::kStereo, 1, focus));
+    }
+}
