@@ -18,6 +18,9 @@ tresult HostApplication::queryInterface(const TUID& iid, void** obj) {
     PLX_HOST_ANSWER(iid, obj, IPlxHostApplication)
     PLX_HOST_ANSWER(iid, obj, IPlxHostInfo)
     PLX_HOST_ANSWER(iid, obj, IPlxTimerService)
+    if (!offeredFile.empty()) {
+        PLX_HOST_ANSWER(iid, obj, IPlxFileSelector)
+    }
     if (equalTUID(iid, FUnknown::iid)) {
         addRef();
         *obj = static_cast<FUnknown*>(static_cast<IPlxHostApplication*>(this));
@@ -49,6 +52,22 @@ tresult HostApplication::createInstance(const TUID& cid, const TUID& iid, void**
     const tresult result = created->queryInterface(iid, obj);
     created->release();
     return result;
+}
+
+tresult HostApplication::selectFile(const char16_t*, const char16_t*, const char16_t* filterExtension,
+                                    char16_t* path, uint32_t pathCharacters) {
+    if (!path || !filterExtension || offeredFile.empty()) return kResultFalse;
+    auto lower = [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c - u'A' + u'a') : c; };
+    const std::u16string extension(filterExtension);
+    const size_t dot = offeredFile.rfind(u'.');
+    if (dot == std::u16string::npos || offeredFile.size() - dot - 1 != extension.size() ||
+        !std::equal(extension.begin(), extension.end(), offeredFile.begin() + std::ptrdiff_t(dot) + 1,
+                    [&](char16_t a, char16_t b) { return lower(a) == lower(b); }))
+        return kResultFalse;
+    if (pathCharacters <= offeredFile.size()) return kResultFalse;
+    std::copy(offeredFile.begin(), offeredFile.end(), path);
+    path[offeredFile.size()] = 0;
+    return kResultOk;
 }
 
 tresult HostApplication::getProductCode(int32_t* code) {

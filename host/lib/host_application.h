@@ -1,12 +1,15 @@
 // HostApplication: the host context that plug-ins get in initialize. It
 // creates messages and attribute lists (IPlxHostApplication), tells a
 // settable product code (IPlxHostInfo), and is the timer service
-// (IPlxTimerService) whose idle() calls every registered idle handler.
+// (IPlxTimerService) whose idle() calls every registered idle handler. Once
+// a file is offered, it is also a file selector (IPlxFileSelector) that
+// answers that file, as a user who picks it in the dialog.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "frame/ifileselector.h"
 #include "frame/ihostapplication.h"
 #include "frame/ihostinfo.h"
 #include "frame/iidlehandler.h"
@@ -17,7 +20,8 @@ namespace Tannhofen::Host {
 class HostApplication final : public RefCounted,
                               public Plx::IPlxHostApplication,
                               public Plx::IPlxHostInfo,
-                              public Plx::IPlxTimerService {
+                              public Plx::IPlxTimerService,
+                              public Plx::IPlxFileSelector {
 public:
     static HostApplication* create(int32_t productCode = 0) { return new HostApplication(productCode); }
 
@@ -43,6 +47,14 @@ public:
 
     void setName(const std::u16string& newName) { name = newName; }
 
+    // IPlxFileSelector, answered only while a file is offered: the offered
+    // file when its extension is the filter's (case ignored), else nothing.
+    Plx::tresult selectFile(const char16_t* title, const char16_t* filterDescription,
+                            const char16_t* filterExtension, char16_t* path,
+                            uint32_t pathCharacters) override;
+    // The file the selector answers; empty: no selector.
+    void offerFile(const std::u16string& path) { offeredFile = path; }
+
     // The object as the FUnknown that initialize takes.
     Plx::FUnknown* unknown() { return static_cast<Plx::IPlxHostApplication*>(this); }
 
@@ -52,6 +64,7 @@ private:
 
     int32_t productCode;
     std::u16string name = u"Tannhofen plx";
+    std::u16string offeredFile;
     std::vector<Plx::IIdleHandler*> idleHandlers; // each holds a reference
 };
 

@@ -165,7 +165,7 @@ int listCommand(const std::vector<std::string>& args) {
 int renderCommand(const std::vector<std::string>& args) {
     const Options options(args,
                           {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation",
-                           "block", "state-in", "state-out", "meter-svg"},
+                           "block", "state-in", "state-out", "sofa", "meter-svg"},
                           {"double", "quiet", "allow-short"});
     RenderRequest request;
     request.effect = options.require("effect");
@@ -179,6 +179,7 @@ int renderCommand(const std::vector<std::string>& args) {
     request.doublePrecision = options.has("double");
     request.stateIn = options.get("state-in");
     request.stateOut = options.get("state-out");
+    request.sofa = options.get("sofa");
     request.quiet = options.has("quiet");
     request.allowShort = options.has("allow-short");
     request.meterSvg = options.get("meter-svg");

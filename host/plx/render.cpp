@@ -10,6 +10,7 @@
 #include "host/plx/automation.h"
 #include "host/plx/cli.h"
 #include "host/plx/meter_svg.h"
+#include "host/plx/sofa.h"
 
 namespace Tannhofen::Host::Cli {
 
@@ -251,6 +252,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     if (!request.stateOut.empty()) roles.push_back({"state-out", request.stateOut, true, "state"});
     if (!request.meterSvg.empty()) roles.push_back({"meter-svg", request.meterSvg, true, "drawing"});
     if (!request.automation.empty()) roles.push_back({"automation", request.automation, false, "automation"});
+    if (!request.sofa.empty()) roles.push_back({"sofa", request.sofa, false, "SOFA"});
     checkDistinctFiles(roles);
     if (request.output == "-" && isatty(STDOUT_FILENO))
         throw UserError(
@@ -315,6 +317,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
                             layoutName(*stateOut));
     }
     applySettings(effect, request.sets, out);
+    if (!request.sofa.empty()) chooseSofa(session, effect, request.sofa);
 
     std::optional<Automation> automation;
     if (!request.automation.empty())
@@ -333,6 +336,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     if (request.captureMatrix) effect.requestGainMatrix();
     effect.start(reader.sampleRate(), request.block, request.doublePrecision);
     effect.flushParameters();
+    if (!request.sofa.empty()) checkSofaInForce(effect, request.sofa);
     if (automation)
         automation->setStartValues([&effect](Plx::ParamID id) { return effect.parameterValue(id); });
     result.latency = effect.latency();

@@ -22,6 +22,7 @@ struct RenderRequest {
     bool doublePrecision = false;
     std::string stateIn;
     std::string stateOut;
+    std::string sofa; // a SOFA file for binaural decoding
     bool quiet = false;
     bool allowShort = false;    // keep what a damaged or short input holds, with a warning
     bool captureMatrix = false; // ask for the gain matrix while rendering

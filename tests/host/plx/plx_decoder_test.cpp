@@ -92,3 +92,62 @@ TEST(PlxDecoder, TrackerLogsBecomeRotationAutomation) {
         EXPECT_NE(run.err.find("head.log:"), std::string::npos) << run.err;
     }
 }
+
+TEST(PlxDecoder, BinauralWithTheLatencyRemovedAndMeasuredSets) {
+    TempDir dir;
+    const std::string in = (dir / "click.wav").string(), out = (dir / "ears.wav").string();
+    // A first-order click from the left (SN3D: W 1, Y 1) at frame 3000.
+    constexpr int64_t kClick = 3000;
+    writeAudio(in, 4, 48000, 12000, [](int64_t f, int c) { return f == kClick && c <= 1 ? 0.5 : 0.0; });
+    auto ears = [&](const std::vector<std::string>& extra) {
+        std::vector<std::string> options = {"--in-layout", "1st Order Ambisonics", "--out-layout", "Stereo"};
+        options.insert(options.end(), extra.begin(), extra.end());
+        PlxRun run = plx(decode(in, out, options));
+        EXPECT_EQ(run.status, 0) << run.err;
+        return readAudio(out);
+    };
+    for (const std::vector<std::string>& set : {std::vector<std::string>{}, {"--sofa", PLX_KEMAR_SOFA}}) {
+        if (set.size() == 2 && std::string(PLX_KEMAR_SOFA).empty()) continue;
+        const Audio audio = ears(set);
+        ASSERT_EQ(audio.channels, 2);
+        ASSERT_EQ(audio.frames, 12000);
+        // Output frame n belongs to input frame n: nothing above the
+        // transforms' rounding (-120 dB) before the click, the direct sound
+        // within the first taps after it, the left ear louder.
+        int64_t first = -1;
+        double energy[2] = {}, early = 0;
+        for (int64_t f = 0; f < audio.frames; ++f)
+            for (int c = 0; c < 2; ++c) {
+                const double x = audio.at(f, c);
+                if (f < kClick) early = std::max(early, std::fabs(x));
+                if (first < 0 && std::fabs(x) > 1e-3) first = f;
+                energy[c] += x * x;
+            }
+        EXPECT_LT(early, 1e-6) << set.size();
+        EXPECT_GE(first, kClick) << set.size();
+        EXPECT_LT(first, kClick + 48) << set.size();
+        EXPECT_GT(energy[0], 2 * energy[1]) << set.size();
+    }
+
+    // Files the decoder can't use, and outputs that aren't binaural.
+    const std::string junk = (dir / "junk.sofa").string();
+    {
+        std::ofstream file(junk);
+        file << "not a SOFA file\n";
+    }
+    const struct {
+        std::vector<std::string> options;
+        std::string says;
+    } refusals[] = {
+        {{"--out-layout", "Stereo", "--sofa", junk}, "holds no HRIR set"},
+        {{"--out-layout", "Stereo", "--sofa", (dir / "gone.sofa").string()}, "is not a file"},
+        {{"--out-layout", "5.1", "--sofa", junk}, "--sofa is for binaural decoding"},
+    };
+    for (const auto& r : refusals) {
+        std::vector<std::string> options = {"--in-layout", "1st Order Ambisonics"};
+        options.insert(options.end(), r.options.begin(), r.options.end());
+        const PlxRun run = plx(decode(in, out, options));
+        EXPECT_EQ(run.status, 1) << r.says;
+        EXPECT_NE(run.err.find(r.says), std::string::npos) << run.err;
+    }
+}
