@@ -787,6 +787,12 @@ int32_t AmbiBinController::remoteParamId(const char* name) {
     return kUnknownRemoteId;
 }
 
+const char* AmbiBinController::remoteName(int32_t id) {
+    for (const RemoteName& r : kRemoteNames)
+        if (r.id == id) return r.name;
+    return nullptr;
+}
+
 const char* AmbiBinController::viewTemplate(const char* name) {
     for (const ViewName& v : kViews)
         if (name && std::strcmp(name, v.editorName) == 0) return v.templateName;

@@ -4,7 +4,9 @@
 // chosen, the decoder's description), tells the processor of the user's
 // choices by message, asks the host to restart the component when a choice
 // needs a rebuild, and turns head-tracker reports into the three rotation
-// parameters. Everything here runs on the host's user-interface thread.
+// parameters. It answers the host's request for its remote map with pages for
+// the rotation, the focus and the output. Everything here runs on the host's
+// user-interface thread.
 //
 // The editor's controls are reached like parameters, by their ids (800 to
 // 816, and 125), through getParamNormalized, setParamNormalized and
@@ -19,12 +21,14 @@
 #include <vector>
 
 #include "ambi/head_tracker_link.h"
+#include "editor/remote_map_controller.h"
 #include "frame/editcontroller2.h"
 #include "frame/speaker_layouts.h"
 
 namespace Tannhofen::AmbiBin {
 
-class AmbiBinController : public Plx::EditController2, public HeadTrackerLink::Sink {
+class AmbiBinController : public Editor::RemoteMapController<Plx::EditController2>,
+                          public HeadTrackerLink::Sink {
 public:
     PLX_OBJ_METHODS(AmbiBinController, Plx::EditController2, "AmbiBinController")
 
@@ -73,6 +77,8 @@ public:
     // The id of a parameter for remote control surfaces, by its remote name;
     // kUnknownRemoteId for any other name.
     static int32_t remoteParamId(const char* name);
+    // The remote name of a parameter; null for one that has none.
+    static const char* remoteName(int32_t id);
     // The view template that an editor name opens; null for an unknown name.
     static const char* viewTemplate(const char* name);
     // Answers kResultOk to "ImmerseSupported", not implemented to all else.
@@ -96,6 +102,8 @@ protected:
     Plx::Parameter* createTableParameter(const Plx::ParamInfoRecord& row) override;
     // HeadTrackerLink::Sink: one group edit of pitch, roll and yaw.
     void onTrackedRotation(double yaw, double pitch, double roll) override;
+    Editor::RemoteMapPlugin remoteMapPlugin() const override;
+    void listRemotePages(Editor::RemoteMapWriter& writer) override;
 
 private:
     // The reaction to a changed value of `id`.

@@ -142,3 +142,43 @@ TEST_F(ModuleMaps, MixMorphListsTheSpeakersOfItsPresentArrangements) {
     EXPECT_EQ(XmlLint::xpath(stereo, "count(//layer[@parameterID>=17 and @parameterID<=42])"), "2");
     EXPECT_EQ(XmlLint::xpath(stereo, "count(//layer[@parameterID='271' or @parameterID='273'])"), "0");
 }
+
+TEST_F(ModuleMaps, SphereDecoderPagesTheRotationTheFocusAndTheOutput) {
+    auto plugin = Host::Plugin::create(module->factory(), kAmbiBinProcessorUID, host.get());
+    ASSERT_TRUE(plugin);
+    const std::string doc = remoteMap(plugin->controller(), "");
+    ASSERT_EQ(XmlLint::wellFormedError(doc), "");
+    EXPECT_EQ(XmlLint::xpath(doc, "string(/plxXML/plugin/@name)"), kAmbiBinName);
+    EXPECT_EQ(XmlLint::xpath(doc, "count(//page)"), "3");
+    // The pages in order, each with its parameters in order.
+    const std::pair<const char*, std::vector<ParamID>> pages[] = {{"Rotation", {110, 111, 112, 123}},
+                                                                  {"Focus", {134, 135, 136, 137, 138, 139}},
+                                                                  {"Outputs", {133, 130, 131, 132}}};
+    int index = 1;
+    for (const auto& [name, ids] : pages) {
+        const std::string page = "//page[" + std::to_string(index++) + "]";
+        EXPECT_EQ(XmlLint::xpath(doc, "string(" + page + "/@name)"), name);
+        std::vector<ParamID> listed;
+        const int layers = std::stoi(XmlLint::xpath(doc, "count(" + page + "//layer)"));
+        for (int k = 1; k <= layers; ++k)
+            listed.push_back(static_cast<ParamID>(std::stoul(XmlLint::xpath(
+                doc, "string((" + page + "//layer)[" + std::to_string(k) + "]/@parameterID)"))));
+        EXPECT_EQ(listed, ids) << name;
+    }
+    // Surfaces address the parameters by their remote names; the focus
+    // angles have none.
+    const std::pair<ParamID, const char*> functions[] = {{110, "yaw"},
+                                                         {111, "pitch"},
+                                                         {112, "roll"},
+                                                         {123, "headTrackingEnabled"},
+                                                         {134, "focusOn"},
+                                                         {130, "auxGain"},
+                                                         {131, "lfeLevel"},
+                                                         {132, "lowPassFilter"},
+                                                         {133, "outputArrangement"},
+                                                         {135, ""}};
+    for (const auto& [id, function] : functions)
+        EXPECT_EQ(XmlLint::xpath(doc, "string(//layer[@parameterID='" + std::to_string(id) + "']/@function)"),
+                  function)
+            << id;
+}
