@@ -17,6 +17,7 @@
 #include "host/lib/memory_stream.h"
 #include "mix/matrix_mixer.h"
 #include "mix/mixer_controller.h"
+#include "tests/fuzz/fuzz_stream.h"
 
 using namespace Tannhofen;
 
@@ -56,14 +57,7 @@ Plugin& plugin() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Plugin& p = plugin();
-    std::vector<uint8_t> bytes;
-    if (size > 0 && (data[0] & 1) && !p.goodState.empty()) {
-        bytes = p.goodState;
-        for (size_t i = 1; i < size; ++i) bytes[(i - 1) % bytes.size()] ^= data[i];
-        if (data[0] & 2) bytes.resize((size * 7) % (bytes.size() + 1));
-    } else if (size > 0) {
-        bytes.assign(data + 1, data + size);
-    }
+    const std::vector<uint8_t> bytes = fuzzedStream(data, size, p.goodState);
 
     auto stream = Plx::IPtr<Host::MemoryStream>::adopt(Host::MemoryStream::create(bytes));
     const Plx::tresult loaded = p.processor->setState(stream.get());
