@@ -29,8 +29,8 @@ void chooseSofa(ModuleSession& session, Effect& effect, const std::string& path)
     if (!std::filesystem::is_regular_file(path, error))
         throw UserError("--sofa: " + shown(path) + " is not a file");
     if (effect.outputArrangement() != Plx::Layout::kStereo || !isOn(effect, kStereoModeBinaural))
-        throw UserError("--sofa is for binaural decoding, to Stereo; " + effect.name() + " renders to " +
-                        layoutName(effect.outputArrangement()));
+        throw UserError("--sofa is for binaural decoding (SphereDecoder to Stereo in binaural mode); " +
+                        effect.name() + " to " + layoutName(effect.outputArrangement()) + " isn't that");
     // The decoder keeps the name for later sessions: the whole path, so that
     // it doesn't depend on the directory plx ran in.
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);
