@@ -348,6 +348,27 @@ TEST(DecoderBlocks, AnySizeAnyRateAndNoNumbersInTheInput) {
             EXPECT_EQ(rig.process(big, bigOut, uint32_t(block) + 1), Plx::kInvalidArgument);
         }
 
+    // Binaurally too: the sets are resampled to the rate, the collector takes
+    // any block, and the ears hear the scene once the latency has passed.
+    for (double rate : {8000.0, 44100.0, 384000.0})
+        for (int block : {1, 1000, 8192}) {
+            DecoderRig rig;
+            run(rig, Layout::kAmbi1, Layout::kStereo, block, rate);
+            const uint32_t frames = uint32_t(block);
+            const int blocks = int(rig.latency() / frames) + 2;
+            double energy = 0;
+            for (int b = 0; b < blocks; ++b) {
+                PlanarBlock<float> in = randomBlock<float>(4, frames, unsigned(b)), out(2, frames);
+                ASSERT_EQ(rig.process(in, out, frames), Plx::kResultOk) << rate << " " << block;
+                for (const auto& channel : out.data)
+                    for (float x : channel) {
+                        ASSERT_TRUE(std::isfinite(x));
+                        energy += double(x) * x;
+                    }
+            }
+            EXPECT_GT(energy, 0.0) << rate << " " << block;
+        }
+
     // NaN and infinities never leave the decoder, and the block after them is
     // decoded as if they had never come, with the head turned so the rotation's
     // state is in play.
