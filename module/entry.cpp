@@ -1,6 +1,7 @@
 // The module's three exports. Everything behind them lives in the frame.
 #include <dlfcn.h>
 
+#include "dsp/vec/vec.h"
 #include "frame/factory.h"
 #include "module/class_table.h"
 
@@ -27,7 +28,9 @@ PLX_EXPORT bool InitDll() {
 }
 
 PLX_EXPORT bool ExitDll() {
-    return Tannhofen::Plx::exitModule();
+    const bool exited = Tannhofen::Plx::exitModule();
+    Tannhofen::DSP::Vec::fftReleasePlanner();
+    return exited;
 }
 
 PLX_EXPORT Tannhofen::Plx::IPlxFactory* GetPluginFactory() {

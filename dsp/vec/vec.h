@@ -92,6 +92,10 @@ Status fftInit(FftSpec<T>** spec, int order, int flag, uint8_t* specBuffer, uint
 // Destroys the plans held in a spec made by fftInit (the buffer itself stays the caller's).
 template <class T>
 void fftFree(FftSpec<T>* spec);
+// Frees what FFTW's planner keeps between plans, when no plan is alive (true);
+// later plans start it afresh. The module calls it when the host unloads it:
+// FFTW may be unloaded with the module, and its planner with it.
+bool fftReleasePlanner();
 // Forward transform, unscaled for FftNoDiv and FftDivInvByN. Any alignment is accepted.
 template <class T>
 Status fftFwd(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm, const FftSpec<T>* spec, uint8_t* work);

@@ -25,6 +25,9 @@ std::mutex& plannerLock() {
     return lock;
 }
 
+// Plans alive, of both widths; guarded by plannerLock.
+int livePlans = 0;
+
 template <class T>
 struct Fftw;
 
@@ -168,6 +171,7 @@ Status fftInit(FftSpec<T>** spec, int order, int flag, uint8_t* specBuffer, uint
         T* a = arrays;
         s->aligned = Fftw<T>::plan(n, a, a + n, a + 2 * n, a + 3 * n, flags);
         s->unaligned = Fftw<T>::plan(n, a, a + n, a + 2 * n, a + 3 * n, flags | FFTW_UNALIGNED);
+        livePlans += (s->aligned != nullptr) + (s->unaligned != nullptr);
     }
     free(arrays);
     if (!s->aligned || !s->unaligned) {
@@ -182,8 +186,11 @@ template <class T>
 void fftFree(FftSpec<T>* spec) {
     if (!spec) return;
     std::lock_guard<std::mutex> guard(plannerLock());
-    if (spec->aligned) Fftw<T>::destroy(spec->aligned);
-    if (spec->unaligned) Fftw<T>::destroy(spec->unaligned);
+    for (auto* plan : {&spec->aligned, &spec->unaligned})
+        if (*plan) {
+            Fftw<T>::destroy(*plan);
+            --livePlans;
+        }
     spec->aligned = nullptr;
     spec->unaligned = nullptr;
 }
@@ -202,6 +209,14 @@ Status fftInv(const T* srcRe, const T* srcIm, T* dstRe, T* dstIm, const FftSpec<
     if (!srcRe || !srcIm || !dstRe || !dstIm || !spec) return StsNullPtrErr;
     if (!spec->aligned || !spec->unaligned) return StsNullPtrErr;
     return execute(spec, srcIm, srcRe, dstIm, dstRe, work, spec->inverseScale);
+}
+
+bool fftReleasePlanner() {
+    std::lock_guard<std::mutex> guard(plannerLock());
+    if (livePlans != 0) return false;
+    fftwf_cleanup();
+    fftw_cleanup();
+    return true;
 }
 
 template Status fftInit<float>(FftSpec<float>**, int, int, uint8_t*, uint8_t*);

@@ -164,3 +164,24 @@ TYPED_TEST(Fft, BadArgumentsAreRefused) {
 }
 
 } // namespace
+
+TEST(VecFft, ThePlannerIsReleasedOnlyWhenNoPlanLivesAndPlansAgainAfter) {
+    {
+        Transform<float> a(6, Vec::FftNoDiv);
+        Transform<double> b(3, Vec::FftNoDiv);
+        ASSERT_EQ(a.status, Vec::StsNoErr);
+        EXPECT_FALSE(Vec::fftReleasePlanner()); // both still hold plans
+    }
+    EXPECT_TRUE(Vec::fftReleasePlanner());
+    // A new plan after the release: a unit impulse transforms to all ones.
+    Transform<double> c(4, Vec::FftNoDiv);
+    ASSERT_EQ(c.status, Vec::StsNoErr);
+    Split<double> x(16, 0), y(16, 0);
+    x.re[0] = 1;
+    ASSERT_EQ(Vec::fftFwd(x.re, x.im, y.re, y.im, c.spec, c.workBuffer), Vec::StsNoErr);
+    for (int k = 0; k < 16; ++k) {
+        EXPECT_DOUBLE_EQ(y.re[k], 1.0);
+        EXPECT_DOUBLE_EQ(y.im[k], 0.0);
+    }
+    EXPECT_FALSE(Vec::fftReleasePlanner());
+}
