@@ -18,6 +18,8 @@ tresult HostApplication::queryInterface(const TUID& iid, void** obj) {
     PLX_HOST_ANSWER(iid, obj, IPlxHostApplication)
     PLX_HOST_ANSWER(iid, obj, IPlxHostInfo)
     PLX_HOST_ANSWER(iid, obj, IPlxTimerService)
+    if (busManager && equalTUID(iid, ThreeD::IObjectsBusManager::iid))
+        return busManager->queryInterface(iid, obj);
     if (equalTUID(iid, FUnknown::iid)) {
         addRef();
         *obj = static_cast<FUnknown*>(static_cast<IPlxHostApplication*>(this));

@@ -1,7 +1,8 @@
 // HostApplication: the host context that plug-ins get in initialize. It
 // creates messages and attribute lists (IPlxHostApplication), tells a
 // settable product code (IPlxHostInfo), and is the timer service
-// (IPlxTimerService) whose idle() calls every registered idle handler.
+// (IPlxTimerService) whose idle() calls every registered idle handler. With
+// an object bus manager set, it also answers ThreeD::IObjectsBusManager.
 #pragma once
 
 #include <string>
@@ -10,6 +11,7 @@
 #include "frame/ihostapplication.h"
 #include "frame/ihostinfo.h"
 #include "frame/iidlehandler.h"
+#include "host/lib/object_bus.h"
 #include "host/lib/ref_counted.h"
 
 namespace Tannhofen::Host {
@@ -43,6 +45,12 @@ public:
 
     void setName(const std::u16string& newName) { name = newName; }
 
+    // The host's object buses, offered to plug-ins that ask; null for none.
+    void setObjectsBusManager(ObjectsBusManager* manager) {
+        busManager = Plx::IPtr<ObjectsBusManager>(manager);
+    }
+    ObjectsBusManager* objectsBusManager() const { return busManager.get(); }
+
     // The object as the FUnknown that initialize takes.
     Plx::FUnknown* unknown() { return static_cast<Plx::IPlxHostApplication*>(this); }
 
@@ -53,6 +61,7 @@ private:
     int32_t productCode;
     std::u16string name = u"Tannhofen plx";
     std::vector<Plx::IIdleHandler*> idleHandlers; // each holds a reference
+    Plx::IPtr<ObjectsBusManager> busManager;
 };
 
 } // namespace Tannhofen::Host
