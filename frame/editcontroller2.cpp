@@ -53,6 +53,7 @@ Parameter* EditController2::createTableParameter(const ParamInfoRecord& row) {
     int32 flags = 0;
     if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
     if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
+    if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
 
     Parameter* p = nullptr;
     switch (row.type) {

@@ -12,9 +12,12 @@ struct ParamInfoRecord {
     enum Type : int32_t { kInteger = 0, kFloat = 1, kOnOff = 2, kList = 4 };
     // Row flags.
     static constexpr uint32_t kAutomatable = 1u << 0;
-    static constexpr uint32_t kNotSliced = 1u << 1; // kept out of the per-slice queues
-    static constexpr uint32_t kReadOnly = 1u << 2;  // published as read-only
-    static constexpr uint32_t kNotSaved = 0x20000u; // left out of the state
+    // Published read-only: a value the plug-in reports (a meter) or a control
+    // that is disabled. The host never sends it to the processor, so the
+    // converter also keeps such rows out of its per-slice queues.
+    static constexpr uint32_t kReadOnly = 1u << 1;
+    static constexpr uint32_t kWrapAround = 1u << 2; // the value wraps around its range (an angle)
+    static constexpr uint32_t kNotSaved = 0x20000u;  // left out of the state
 
     int32_t id;
     char name[128];

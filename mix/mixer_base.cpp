@@ -349,7 +349,7 @@ tresult MMixerBase::setupProcessing(PlxProcessSetup* setup) {
     if (!sliceQueues) {
         int32_t sliced = 0;
         for (int32_t i = 0; paramInfo && i < paramInfo->count(); ++i)
-            if (!(paramInfo->row(i).flags & ParamInfoRecord::kNotSliced)) ++sliced;
+            if (!(paramInfo->row(i).flags & ParamInfoRecord::kReadOnly)) ++sliced;
         bool automatable = false;
         for (int32_t i = 0; paramInfo && i < paramInfo->count(); ++i)
             automatable |= (paramInfo->row(i).flags & ParamInfoRecord::kAutomatable) != 0;

@@ -36,7 +36,8 @@ ParamInfoRecord row(int32 id, const char* title, int32 type, uint32 flags, doubl
 const ParamInfoRecord kTable[] = {
     row(128, "Center Level", 1, 1, 0.0, 1.0, 0.75, 2),
     row(137, "Parts", 0, 0, 0.0, 3.9, 2.7),               // integer: 0 to 3, starting at 2
-    row(133, "Low Pass Filter", 2, 1 | 4, 0.0, 1.0, 0.5), // on/off, read-only, on
+    row(133, "Low Pass Filter", 2, 1 | 2, 0.0, 1.0, 0.5), // on/off, read-only, on
+    row(110, "Yaw", 1, 1 | 4, -180.0, 180.0, 0.5, 1),     // wraps around
     row(131, "Solo To Center", 2, 0x20000, 0.0, 1.0, 0.49),
     row(130, "Output Arrangement", 4, 0x20000, 0.0, 1.0, 0.0),
     row(199, "Unwanted", 2, 0, 0.0, 1.0, 0.0),
@@ -79,9 +80,9 @@ std::u16string str(IPlxEditController* c, ParamID id, ParamValue v) {
 TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks) {
     Fixture f;
     TestController* c = f.controller;
-    EXPECT_EQ(c->calls, (std::vector<std::string>{"before with context", "after 4", "done"}));
-    EXPECT_EQ(c->getUsedRows(), (std::vector<int32>{0, 1, 2, 3, 4}));
-    ASSERT_EQ(c->getParameterCount(), 4);
+    EXPECT_EQ(c->calls, (std::vector<std::string>{"before with context", "after 5", "done"}));
+    EXPECT_EQ(c->getUsedRows(), (std::vector<int32>{0, 1, 2, 3, 4, 5}));
+    ASSERT_EQ(c->getParameterCount(), 5);
 
     ParameterInfo info{};
     ASSERT_EQ(c->getParameterInfoByIndex(0, &info), kResultOk);
@@ -107,17 +108,19 @@ TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks) {
     EXPECT_EQ(c->getParamNormalized(133), 1.0);
     EXPECT_EQ(str(c, 133, 1.0), u"On");
     EXPECT_EQ(c->getParamNormalized(131), 0.0);
+    ASSERT_EQ(c->getParameterInfo(110, &info), kResultOk);
+    EXPECT_EQ(info.flags, ParameterInfo::kCanAutomate | ParameterInfo::kIsWrapAround);
 
     // The list row makes no parameter by default, the unwanted one none at all.
     EXPECT_EQ(c->getParameterInfo(130, &info), kResultFalse);
     EXPECT_EQ(c->getParameterInfo(199, &info), kResultFalse);
     EXPECT_EQ(c->getParameterInfo(128, nullptr), kInvalidArgument);
-    EXPECT_EQ(c->getParameterInfoByIndex(4, &info), kResultFalse);
+    EXPECT_EQ(c->getParameterInfoByIndex(5, &info), kResultFalse);
     EXPECT_EQ(c->getParameterInfoByIndex(0, nullptr), kInvalidArgument);
 
     // A second initialize keeps the first context and adds nothing.
     EXPECT_EQ(c->initialize(f.host->unknown()), kResultFalse);
-    EXPECT_EQ(c->getParameterCount(), 4);
+    EXPECT_EQ(c->getParameterCount(), 5);
 }
 
 TEST(ControllerParameters, EveryOperationReachesTheParameterById) {
