@@ -54,6 +54,7 @@ Parameter* EditController2::createTableParameter(const ParamInfoRecord& row) {
     if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
     if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
     if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
+    if (row.flags & ParamInfoRecord::kHidden) flags |= ParameterInfo::kIsHidden;
 
     Parameter* p = nullptr;
     switch (row.type) {
