@@ -39,7 +39,7 @@ T** channelsOf(PlxAudioBuffers& bus) {
 
 } // namespace
 
-MMixerBase::MMixerBase(const FUID& controllerClass, const MixParamTable* paramInfo)
+MMixerBase::MMixerBase(const FUID& controllerClass, const ParamTable* paramInfo)
     : paramInfo(paramInfo),
       invSampleRate(1.0 / kDefaultSampleRate),
       maxRampStep(rampStepFor(kDefaultSampleRate)) {
@@ -74,7 +74,7 @@ SpeakerArrangement MMixerBase::remap(SpeakerArrangement mask) {
 }
 
 bool MMixerBase::isAmbisonic(SpeakerArrangement mask) {
-    return mask == Plx::Layout::kAmbi1 || mask == Plx::Layout::kAmbi2 || mask == Plx::Layout::kAmbi3;
+    return Plx::isAmbisonicLayout(mask);
 }
 
 // ---- life cycle -----------------------------------------------------------
