@@ -12,10 +12,11 @@
 #include <vector>
 
 #include "frame/param_info.h"
+#include "mix/mix_params.h"
 
 namespace Tannhofen::Panner {
 
-class RPannerParamTable {
+class RPannerParamTable final : public Mix::ParamTable {
 public:
     static constexpr int32_t kPannerRows = 62;
     static constexpr int32_t kMeterRows = 50;
@@ -25,16 +26,18 @@ public:
     // The one shared table, built on first use (not on the audio thread).
     static const RPannerParamTable& instance();
 
-    int32_t count() const { return static_cast<int32_t>(rows.size()); }
-    const Plx::ParamInfoRecord& row(int32_t index) const { return rows[static_cast<std::size_t>(index)]; }
+    int32_t count() const override { return static_cast<int32_t>(rows.size()); }
+    const Plx::ParamInfoRecord& row(int32_t index) const override {
+        return rows[static_cast<std::size_t>(index)];
+    }
     // The row of `id`, or null for an id that the table doesn't hold.
-    const Plx::ParamInfoRecord* find(int32_t id) const;
+    const Plx::ParamInfoRecord* find(int32_t id) const override;
 
     // Normalized to plain: decibels for the LFE level (-180 dB for silence)
     // and for the meters (the linear peak in dB, -60 to +3); min to max for
     // the other rows. Ids outside the table pass through.
-    double toPlain(int32_t id, double normalized) const;
-    double toNormalized(int32_t id, double plain) const;
+    double toPlain(int32_t id, double normalized) const override;
+    double toNormalized(int32_t id, double plain) const override;
 
 private:
     RPannerParamTable();

@@ -18,6 +18,7 @@ tresult HostApplication::queryInterface(const TUID& iid, void** obj) {
     PLX_HOST_ANSWER(iid, obj, IPlxHostApplication)
     PLX_HOST_ANSWER(iid, obj, IPlxHostInfo)
     PLX_HOST_ANSWER(iid, obj, IPlxTimerService)
+    PLX_HOST_ANSWER(iid, obj, ISurroundContext)
     if (busManager && equalTUID(iid, ThreeD::IObjectsBusManager::iid))
         return busManager->queryInterface(iid, obj);
     if (equalTUID(iid, FUnknown::iid)) {
@@ -51,6 +52,13 @@ tresult HostApplication::createInstance(const TUID& cid, const TUID& iid, void**
     const tresult result = created->queryInterface(iid, obj);
     created->release();
     return result;
+}
+
+IPlxAttributes* HostApplication::getAttributes(const char* section) {
+    if (!section) return nullptr;
+    IPtr<IPlxAttributes>& list = surroundSections[section];
+    if (!list) list = IPtr<IPlxAttributes>::adopt(HostAttributes::create());
+    return list.get();
 }
 
 tresult HostApplication::getProductCode(int32_t* code) {

@@ -5,12 +5,14 @@
 // an object bus manager set, it also answers ThreeD::IObjectsBusManager.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
 #include "frame/ihostapplication.h"
 #include "frame/ihostinfo.h"
 #include "frame/iidlehandler.h"
+#include "frame/isurroundcontext.h"
 #include "host/lib/object_bus.h"
 #include "host/lib/ref_counted.h"
 
@@ -19,7 +21,8 @@ namespace Tannhofen::Host {
 class HostApplication final : public RefCounted,
                               public Plx::IPlxHostApplication,
                               public Plx::IPlxHostInfo,
-                              public Plx::IPlxTimerService {
+                              public Plx::IPlxTimerService,
+                              public Plx::ISurroundContext {
 public:
     static HostApplication* create(int32_t productCode = 0) { return new HostApplication(productCode); }
 
@@ -37,6 +40,9 @@ public:
     // IPlxTimerService
     Plx::tresult registerIdleHandler(Plx::IIdleHandler* handler) override;
     Plx::tresult unregisterIdleHandler(Plx::IIdleHandler* handler) override;
+
+    // ISurroundContext: one attribute list per section, made on first use.
+    Plx::IPlxAttributes* getAttributes(const char* section) override;
 
     // One timer tick: calls onIdle of every registered handler, in order of
     // registration. A handler may unregister itself meanwhile.
@@ -62,6 +68,7 @@ private:
     std::u16string name = u"Tannhofen plx";
     std::vector<Plx::IIdleHandler*> idleHandlers; // each holds a reference
     Plx::IPtr<ObjectsBusManager> busManager;
+    std::map<std::string, Plx::IPtr<Plx::IPlxAttributes>> surroundSections;
 };
 
 } // namespace Tannhofen::Host
