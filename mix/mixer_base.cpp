@@ -405,11 +405,14 @@ void MMixerBase::processParameterChanges(IPlxParameterChanges* changes) {
         model->setDeferred(true);
         for (int32_t q = 0; q < count; ++q) {
             IParamValueQueue* queue = changes->getParameterData(q);
-            const int32_t points = queue ? queue->getPointCount() : 0;
-            int32_t offset = 0;
-            ParamValue value = 0.0;
-            if (points > 0 && queue->getPoint(points - 1, &offset, &value) == kResultOk)
+            // The last point that holds a number.
+            for (int32_t p = queue ? queue->getPointCount() - 1 : -1; p >= 0; --p) {
+                int32_t offset = 0;
+                ParamValue value = 0.0;
+                if (queue->getPoint(p, &offset, &value) != kResultOk || std::isnan(value)) continue;
                 setParamValue(static_cast<int32_t>(queue->getParameterId()), value);
+                break;
+            }
         }
         model->setDeferred(false);
     }

@@ -85,10 +85,15 @@ void RadialPanner::resetLevels() {
 double RadialPanner::getParamValue(int32_t id) {
     if (id == ParamId::kPosTouched) return touched ? 1.0 : 0.0;
     if (!pannerModel || id >= 256) return -1.0;
+    // posZ reads as the height last set, which a pattern may be overriding.
+    if (id == ParamId::kPosZ) return manualPosZ;
     return pannerModel->getParamValue(id);
 }
 
-void RadialPanner::setParamValue(int32_t id, double value) {
+void RadialPanner::setParamValue(int32_t id, double exact) {
+    // Values reach the model in single precision on every path (the slices
+    // carry them so), as they do in the controller's model.
+    const double value = static_cast<float>(exact);
     if (id == ParamId::kPosTouched) {
         touched = value > 0.5;
         if (objectsClient) objectsClient->setTouched(touched);
@@ -115,7 +120,11 @@ void RadialPanner::setParamValue(int32_t id, double value) {
         return;
     default: break;
     }
-    const bool changed = m.setParamValue(id, value);
+    if (id == ParamId::kPosZ && !std::isnan(value)) manualPosZ = value;
+    const int32_t modeBefore = m.getElevationMode();
+    bool changed = m.setParamValue(id, value);
+    if (id == ParamId::kElevationMode && modeBefore != 0 && m.getElevationMode() == 0)
+        changed = m.setParamValue(ParamId::kPosZ, manualPosZ) || changed;
     switch (id) {
     case ParamId::kPosX:
     case ParamId::kPosY:

@@ -65,6 +65,10 @@ private:
     bool touched = false;             // the last position touch sent to the objects
     bool objectModeRequested = false; // the object mode switch, with or without a bus
     bool objectTransformMade = false;
+    // The last value written to posZ: the manual height, which returns when
+    // the elevation pattern is switched off, whatever order the host gave
+    // the two changes in within a slice.
+    double manualPosZ = 0.0;
 };
 
 } // namespace Tannhofen::Panner

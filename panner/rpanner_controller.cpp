@@ -246,7 +246,8 @@ void RPannerController::tellHost(std::initializer_list<int32_t> ids) {
 
 tresult RPannerController::setParamNormalized(ParamID id, ParamValue raw) {
     if (std::isnan(raw)) return kInvalidArgument;
-    const double v = std::clamp(raw, 0.0, 1.0);
+    // In single precision, as the processor's model gets it.
+    const double v = static_cast<float>(std::clamp(raw, 0.0, 1.0));
     if (isMeter(id)) {
         // The base keeps the levels for the editor; the host reads the row.
         MMixerBaseController::setParamNormalized(id, v);
@@ -307,8 +308,12 @@ void RPannerController::act(int32_t id, double v) {
         m.setParamValue(id, v);
         if (m.isElevationOn() && !isOn(kElevationModeOnOff)) writeEditorParam(kElevationKnob, 1.0);
         return;
-    case ParamId::kElevationMode:
+    case ParamId::kElevationMode: {
+        const int32_t modeBefore = m.getElevationMode();
         m.setParamValue(id, v);
+        // The manual height returns with the pattern switched off, as in the processor.
+        if (modeBefore != 0 && m.getElevationMode() == 0)
+            m.setParamValue(ParamId::kPosZ, value(ParamId::kPosZ));
         if (!patternGuard) {
             // The radio group follows a mode set from outside the editor.
             patternGuard = true;
@@ -319,6 +324,7 @@ void RPannerController::act(int32_t id, double v) {
             patternGuard = false;
         }
         return;
+    }
     case ParamId::kShowExtendedDisplay:
         if (!loadingState) showExtendedShared = v >= 0.5 ? 1 : 0;
         m.setParamValue(id, v);
