@@ -180,6 +180,11 @@ int32_t ObjectsBusManager::registeredCount() const {
         std::count_if(instances.begin(), instances.end(), [](const Instance& i) { return i.registered; }));
 }
 
+bool ObjectsBusManager::isRegistered(IPlxEditController* controller) {
+    const Instance* i = find(controller);
+    return i && i->registered;
+}
+
 tresult ObjectsBusManager::getBusInfo(int32_t index, ThreeD::ObjectsBusInfo* info) {
     if (!info) return kInvalidArgument;
     RecordingObjectsBus* b = bus(index);

@@ -98,8 +98,9 @@ public:
     // manager joins to buses. Plugin calls these.
     void addInstance(Plx::IPlxEditController* controller, Plx::IComponent* component);
     void removeInstance(Plx::IPlxEditController* controller);
-    // Instances that registered for object mode.
+    // Instances that registered for object mode; whether `controller`'s did.
     int32_t registeredCount() const;
+    bool isRegistered(Plx::IPlxEditController* controller);
 
     // IObjectsBusManager
     int32_t getBusCount() override { return static_cast<int32_t>(buses.size()); }
