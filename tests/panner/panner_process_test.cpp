@@ -262,3 +262,40 @@ TEST(PannerProcess, ABusWithFewerObjectsThanChannelsTakesTheFirstChannels) {
 
 } // namespace
 } // namespace PannerTest
+
+namespace PannerTest {
+namespace {
+
+TEST(PannerProcess, BadValuesAndRequestsGetTheirAnswersAndNeverANaN) {
+    PannerRig rig;
+    // An ambisonic input isn't a source the panner places: refused, and the
+    // input it keeps is a speaker layout.
+    EXPECT_EQ(rig.arrange(Layout::kAmbi1, Layout::k5_1), Plx::kResultFalse);
+    Plx::SpeakerArrangement in = 0;
+    ASSERT_EQ(rig.processor->getBusArrangement(Plx::kInput, 0, &in), Plx::kResultOk);
+    EXPECT_FALSE(Plx::isAmbisonicLayout(in));
+    ASSERT_EQ(rig.arrange(Layout::kMono, Layout::k7_1_4), Plx::kResultOk);
+    rig.start(256);
+    Block<float> source(1, 256), out(12, 256);
+    source.fill(0.5f);
+    // Every value a broken automation lane can carry, on every control of the
+    // image: each is held or clamped, and the mono source keeps its power
+    // wherever it ends up (0.5 squared over the speakers).
+    const double bad[] = {std::nan(""), -3.0, 7.0, INFINITY, -INFINITY, 1e300};
+    const ParamID image[] = {kPosX, kPosY, kPosZ, 102, 103, 104, 105, 111, 117, 200, 201, 202, 9999};
+    for (double value : bad) {
+        for (ParamID id : image) rig.automate(id, value, 17);
+        for (int b = 0; b < 3; ++b) ASSERT_EQ(rig.process(source, out, 256), Plx::kResultOk);
+        float power = 0.0f;
+        for (const auto& channel : out.data) {
+            for (float v : channel) ASSERT_TRUE(std::isfinite(v)) << value;
+            power += channel[255] * channel[255];
+        }
+        EXPECT_NEAR(power, 0.25f, 1e-5f) << value;
+    }
+    EXPECT_EQ(rig.allocations, 0);
+    EXPECT_EQ(rig.locks, 0);
+}
+
+} // namespace
+} // namespace PannerTest
