@@ -248,4 +248,10 @@ bool pannerFunctionNameToId(const char* name, int32_t& id) {
     return false;
 }
 
+const char* pannerFunctionName(int32_t id) {
+    for (const FunctionName& f : kFunctionNames)
+        if (f.id == id) return f.name;
+    return nullptr;
+}
+
 } // namespace Tannhofen::Panner

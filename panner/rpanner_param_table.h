@@ -48,5 +48,8 @@ private:
 // function names, then the base's "PanLfeGain"); false and 1024 for an
 // unknown name.
 bool pannerFunctionNameToId(const char* name, int32_t& id);
+// The function name of parameter `id`, the one that pannerFunctionNameToId
+// answers with `id`; null for a parameter without one.
+const char* pannerFunctionName(int32_t id);
 
 } // namespace Tannhofen::Panner

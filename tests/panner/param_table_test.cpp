@@ -10,6 +10,7 @@
 
 namespace {
 
+using Tannhofen::Panner::pannerFunctionName;
 using Tannhofen::Panner::pannerFunctionNameToId;
 using Tannhofen::Panner::RPannerParamTable;
 using Tannhofen::Plx::ParamInfoRecord;
@@ -109,6 +110,18 @@ TEST(PannerParamTable, FunctionNames) {
     EXPECT_EQ(id, 1024);
     EXPECT_FALSE(pannerFunctionNameToId(nullptr, id));
     EXPECT_EQ(id, 1024);
+    // Each name leads back to the id it was found for; one name per id.
+    int named = 0;
+    for (int32_t p = 0; p < 1024; ++p) {
+        const char* name = pannerFunctionName(p);
+        if (!name) continue;
+        ++named;
+        EXPECT_TRUE(pannerFunctionNameToId(name, id)) << name;
+        EXPECT_EQ(id, p) << name;
+    }
+    EXPECT_EQ(named, 37);
+    EXPECT_STREQ(pannerFunctionName(202), "PanRotation");
+    EXPECT_EQ(pannerFunctionName(113 + 1000), nullptr);
 }
 
 } // namespace
