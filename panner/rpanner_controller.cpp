@@ -107,7 +107,7 @@ constexpr bool kZonesShown[6][7] = {
 } // namespace
 
 RPannerController::RPannerController()
-    : MMixerBaseController(RPannerParamTable::instance()),
+    : RemoteMapController(RPannerParamTable::instance()),
       pannerModel(IPtr<RPannerModel>::adopt(new RPannerModel)) {
     // The processor's first buses, until it tells its own.
     pannerModel->setArrangements(Layout::kMono, Layout::k5_1);
@@ -125,7 +125,7 @@ tresult RPannerController::queryInterface(const TUID& iid, void** obj) {
     if (!obj) return kInvalidArgument;
     PLX_QUERY_INTERFACE(iid, obj, IParameterFunctionName)
     PLX_QUERY_INTERFACE(iid, obj, ThreeD::IObjectsBusManagerListener)
-    return MMixerBaseController::queryInterface(iid, obj);
+    return RemoteMapController::queryInterface(iid, obj);
 }
 
 void RPannerController::addEditorParam(int32_t id, const char* name, int32_t stepCount, double start) {

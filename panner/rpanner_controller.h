@@ -4,7 +4,8 @@
 // shot, radius, the two handles) into the plain parameters that reach the
 // processor, runs the editor's radio groups, key commands and reset, tells
 // the host's surround context about the layouts, and chooses the host object
-// bus that the instance joins.
+// bus that the instance joins. It answers the host's request for its remote
+// map (rpanner_remote_map.cpp).
 //
 // Processor and controller stay alike because every plain parameter runs
 // through the same model setters on both sides, from the same normalized
@@ -16,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "editor/remote_map_controller.h"
 #include "frame/iparameterfunctionname.h"
 #include "mix/mixer_base_controller.h"
 #include "panner/objects_bus.h"
@@ -64,7 +66,7 @@ inline constexpr int32_t kJump = 2; // the centre jumps to the key's place
 inline constexpr int32_t kSolo = 4; // the key's speaker is soloed
 } // namespace KeyModifier
 
-class RPannerController final : public Mix::MMixerBaseController,
+class RPannerController final : public Editor::RemoteMapController<Mix::MMixerBaseController>,
                                 public Plx::IParameterFunctionName,
                                 public ThreeD::IObjectsBusManagerListener {
 public:
@@ -116,6 +118,11 @@ public:
 
 protected:
     ~RPannerController() override;
+
+    // The remote map: pages for the position, the image, the elevation and
+    // the speakers of the present output.
+    Editor::RemoteMapPlugin remoteMapPlugin() const override;
+    void listRemotePages(Editor::RemoteMapWriter& writer) override;
 
 private:
     struct BusEntry {
