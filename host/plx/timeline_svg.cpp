@@ -6,6 +6,7 @@
 #include <map>
 #include <sstream>
 
+#include "editor/xml_text.h"
 #include "host/plx/svg.h"
 
 namespace Tannhofen::Host::Cli {
@@ -114,7 +115,7 @@ std::string gainsSvg(const std::string& title, const std::vector<std::string>& s
         }
         svg += polyline(line, colour(c));
         svg += svgFormat("<text x=\"%.0f\" y=\"%.0f\" fill=\"", left + width + 14, top + 14.0 * c + 10) +
-               colour(c) + "\">" + speakers[c] + "</text>\n";
+               colour(c) + "\">" + Editor::xmlEscape(speakers[c]) + "</text>\n";
     }
     svg += "</svg>\n";
     return svg;
