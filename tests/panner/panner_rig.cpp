@@ -3,18 +3,13 @@
 #include "frame/class_ids.h"
 #include "frame/iconnectionpoint.h"
 #include "frame/imessage.h"
+#include "tests/support/host_block.h"
 #include "tests/support/rt_guard.h"
 
 namespace PannerTest {
 
 Host::Module& PannerRig::module() {
-    static std::unique_ptr<Host::Module> loaded = [] {
-        std::string error;
-        auto m = Host::Module::load(PLX_MODULE_PATH, &error);
-        if (!m) ADD_FAILURE() << error;
-        return m;
-    }();
-    return *loaded;
+    return TestSupport::moduleUnderTest();
 }
 
 PannerRig::PannerRig()
@@ -90,28 +85,12 @@ void PannerRig::forwardEdits() {
 
 template <class T>
 Plx::tresult PannerRig::process(Block<T>& in, Block<T>& out, int frames) {
-    Plx::PlxAudioBuffers inBus{}, outBus{};
-    inBus.numChannels = static_cast<int32_t>(in.pointers.size());
-    outBus.numChannels = static_cast<int32_t>(out.pointers.size());
-    if constexpr (sizeof(T) == sizeof(float)) {
-        inBus.channelBuffers32 = in.pointers.data();
-        outBus.channelBuffers32 = out.pointers.data();
-    } else {
-        inBus.channelBuffers64 = in.pointers.data();
-        outBus.channelBuffers64 = out.pointers.data();
-    }
-    Plx::PlxProcessData data{};
-    data.symbolicSampleSize = sizeof(T) == sizeof(float) ? Plx::kSample32 : Plx::kSample64;
-    data.numSamples = frames;
-    data.numInputs = 1;
-    data.numOutputs = 1;
-    data.inputs = &inBus;
-    data.outputs = &outBus;
-    data.inputParameterChanges = changes.get();
+    TestSupport::HostBlock<T> block(in.pointers, out.pointers, frames);
+    block.data.inputParameterChanges = changes.get();
     outChanges->clear();
-    data.outputParameterChanges = outChanges.get();
+    block.data.outputParameterChanges = outChanges.get();
     RtGuard::arm();
-    const Plx::tresult r = processor->process(&data);
+    const Plx::tresult r = processor->process(&block.data);
     const RtGuard::Counts counts = RtGuard::disarm();
     allocations += counts.allocations;
     locks += counts.locks;
