@@ -13,36 +13,12 @@
 #include <memory>
 #include <vector>
 
+#include "bench/effect_process.h"
 #include "frame/class_ids.h"
-#include "frame/iaudioprocessor.h"
-#include "frame/icomponent.h"
-#include "host/lib/host_application.h"
-#include "host/lib/module.h"
-#include "host/lib/parameter_changes.h"
 
 namespace {
 
-using namespace Tannhofen;
-constexpr int kBlock = 512;
-constexpr double kRate = 48000.0;
-
-Host::Module& module() {
-    static std::unique_ptr<Host::Module> m = [] {
-        std::string error;
-        auto loaded = Host::Module::load(PLX_MODULE_PATH, &error);
-        if (!loaded) std::fprintf(stderr, "%s\n", error.c_str());
-        return loaded;
-    }();
-    return *m;
-}
-
-// CPU time of this thread: the machine may be shared, and descheduled time
-// isn't the effect's cost.
-double threadSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
+using namespace BenchProcess;
 
 // Seconds of one sgemm of (outs x ins) by (ins x kBlock), the best of a few runs.
 double sgemmSeconds(int ins, int outs) {
@@ -62,68 +38,22 @@ double sgemmSeconds(int ins, int outs) {
 
 void runProcess(benchmark::State& state, Plx::SpeakerArrangement inArr, Plx::SpeakerArrangement outArr,
                 bool automate) {
-    auto host = Plx::IPtr<Host::HostApplication>::adopt(Host::HostApplication::create());
-    auto component = module().createInstance<Plx::IComponent>(Plx::kMatrixMixerProcessorUID);
-    if (!component) {
+    RunningEffect effect(Plx::kMatrixMixerProcessorUID, inArr, outArr);
+    if (!effect) {
         state.SkipWithError("no MatrixMixer");
         return;
     }
-    component->initialize(host->unknown());
-    auto processor =
-        Plx::IPtr<Plx::IAudioProcessor>::adopt(Plx::queryInterfaceOf<Plx::IAudioProcessor>(component.get()));
-    processor->setBusArrangements(&inArr, 1, &outArr, 1);
-    Plx::PlxProcessSetup setup{Plx::kRealtime, Plx::kSample32, kBlock, kRate};
-    processor->setupProcessing(&setup);
-    component->setActive(1);
-    processor->setProcessing(1);
-
-    const int ins = Plx::channelCount(inArr);
-    const int outs = Plx::channelCount(outArr);
-    std::vector<std::vector<float>> inData(ins, std::vector<float>(kBlock)),
-        outData(outs, std::vector<float>(kBlock));
-    std::vector<float*> inPtr(ins), outPtr(outs);
-    for (int c = 0; c < ins; ++c) {
-        for (int t = 0; t < kBlock; ++t)
-            inData[c][t] = 0.5f * static_cast<float>(((c * 131 + t * 17) % 200) - 100) / 100.0f;
-        inPtr[c] = inData[c].data();
-    }
-    for (int c = 0; c < outs; ++c) outPtr[c] = outData[c].data();
-    Plx::PlxAudioBuffers inBus{}, outBus{};
-    inBus.numChannels = ins;
-    inBus.channelBuffers32 = inPtr.data();
-    outBus.numChannels = outs;
-    outBus.channelBuffers32 = outPtr.data();
-    auto changes = Plx::IPtr<Host::ParameterChanges>::adopt(Host::ParameterChanges::create());
-    Plx::PlxProcessData data{};
-    data.symbolicSampleSize = Plx::kSample32;
-    data.numSamples = kBlock;
-    data.numInputs = data.numOutputs = 1;
-    data.inputs = &inBus;
-    data.outputs = &outBus;
-    data.inputParameterChanges = changes.get();
-
-    int64_t blocks = 0;
-    const double started = threadSeconds();
-    for (auto _ : state) {
-        changes->clear();
-        if (automate) {
-            // The global level sweeps up and down, a new point every block.
-            const double phase = static_cast<double>(blocks % 200) / 100.0;
-            changes->addChange(134, kBlock - 1, 0.55 + 0.2 * (phase < 1.0 ? phase : 2.0 - phase));
-        }
-        processor->process(&data);
-        benchmark::DoNotOptimize(outData[0].data());
-        ++blocks;
-    }
     const double processPerBlock =
-        (threadSeconds() - started) / static_cast<double>(std::max<int64_t>(blocks, 1));
-    const double sgemmPerBlock = sgemmSeconds(ins, outs);
+        effect.run(state, [automate](int64_t block, Host::ParameterChanges& changes) {
+            if (!automate) return;
+            // The global level sweeps up and down, a new point every block.
+            const double phase = static_cast<double>(block % 200) / 100.0;
+            changes.addChange(134, kBlock - 1, 0.55 + 0.2 * (phase < 1.0 ? phase : 2.0 - phase));
+        });
+    const double sgemmPerBlock = sgemmSeconds(effect.ins, effect.outs);
     state.counters["xRealTime"] = kBlock / kRate / processPerBlock;
     state.counters["sgemmXRealTime"] = kBlock / kRate / sgemmPerBlock;
     state.counters["vsSgemm"] = processPerBlock / sgemmPerBlock;
-    processor->setProcessing(0);
-    component->setActive(0);
-    component->terminate();
 }
 
 void BM_Process_714_to_Stereo(benchmark::State& s) {

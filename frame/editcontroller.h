@@ -45,9 +45,10 @@ public:
     virtual Parameter* getParameterObject(ParamID id);
 
     // Edits made by the user, forwarded to the host; false without a handler.
-    tresult beginEdit(ParamID id);
+    // A controller may open and close further edits around one of its own.
+    virtual tresult beginEdit(ParamID id);
     tresult performEdit(ParamID id, ParamValue valueNormalized);
-    tresult endEdit(ParamID id);
+    virtual tresult endEdit(ParamID id);
     // The second handler's requests; not implemented without it.
     tresult setDirty(TBool state);
     tresult requestOpenEditor(const char* name);

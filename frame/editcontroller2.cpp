@@ -11,6 +11,7 @@ int32 hostFlagsOf(const ParamInfoRecord& row) {
     if (row.flags & ParamInfoRecord::kAutomatable) flags |= ParameterInfo::kCanAutomate;
     if (row.flags & ParamInfoRecord::kReadOnly) flags |= ParameterInfo::kIsReadOnly;
     if (row.flags & ParamInfoRecord::kWrapAround) flags |= ParameterInfo::kIsWrapAround;
+    if (row.flags & ParamInfoRecord::kHidden) flags |= ParameterInfo::kIsHidden;
     return flags;
 }
 

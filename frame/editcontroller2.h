@@ -48,8 +48,8 @@ protected:
     // starting at trunc(defaultNormalized); type 1 a float RangeParameter up
     // to max with the row's normalized default and precision; type 2 an
     // on/off parameter, on when defaultNormalized is at least 0.5. Row flag
-    // bit 0 makes it automatable, bit 1 read-only, bit 2 wrap around (the
-    // bits of the host's ParameterInfo flags). Other types give null, and
+    // bit 0 makes it automatable, bit 1 read-only, bit 2 wrap around, bit 4
+    // hidden (the bits of the host's ParameterInfo flags). Other types give null, and
     // a derived controller that wants them overrides this.
     virtual Parameter* createTableParameter(const ParamInfoRecord& row);
     virtual void afterParameters();

@@ -17,6 +17,7 @@ struct ParamInfoRecord {
     // converter also keeps such rows out of its per-slice queues.
     static constexpr uint32_t kReadOnly = 1u << 1;
     static constexpr uint32_t kWrapAround = 1u << 2; // the value wraps around its range (an angle)
+    static constexpr uint32_t kHidden = 1u << 4;     // published hidden: the host lists it nowhere
     static constexpr uint32_t kNotSaved = 0x20000u;  // left out of the state
 
     int32_t id;

@@ -179,4 +179,9 @@ inline constexpr SpeakerArrangement kAmbi2 = ambisonicChannels(9);             /
 inline constexpr SpeakerArrangement kAmbi3 = ambisonicChannels(16);            // "3rd Order Ambisonics"
 } // namespace Layout
 
+// One of the three ambisonic layouts, first to third order.
+constexpr bool isAmbisonicLayout(SpeakerArrangement mask) {
+    return mask == Layout::kAmbi1 || mask == Layout::kAmbi2 || mask == Layout::kAmbi3;
+}
+
 } // namespace Tannhofen::Plx

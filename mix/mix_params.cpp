@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "frame/speaker_words.h"
 #include "mix/log_scale.h"
 #include "mix/mixer_model.h"
 
@@ -36,37 +37,6 @@ ParamInfoRecord makeRow(int32_t id, const char* name, const char* title, const c
     r.reserved = 0;
     return r;
 }
-
-constexpr const char* kSpeakerNames[Plx::kSpeakerIndexCount] = {
-    "L",   "R",   "C",   "Ls",  "Rs",  "Lc",  "Rc",  "Cs",  "Sl",  "Sr",  "Tc",  "Tfl", "Tfc",
-    "Tfr", "Trl", "Trc", "Trr", "Tsl", "Tsr", "Lcs", "Rcs", "Bfl", "Bfc", "Bfr", "Lfe", "Lfe2"};
-
-constexpr const char* kSpeakerTitles[Plx::kSpeakerIndexCount] = {"Left",
-                                                                 "Right",
-                                                                 "Center",
-                                                                 "Left Surround",
-                                                                 "Right Surround",
-                                                                 "Left Center",
-                                                                 "Right Center",
-                                                                 "Center Surround",
-                                                                 "Side Left",
-                                                                 "Side Right",
-                                                                 "Top Center",
-                                                                 "Top Front Left",
-                                                                 "Top Front Center",
-                                                                 "Top Front Right",
-                                                                 "Top Rear Left",
-                                                                 "Top Rear Center",
-                                                                 "Top Rear Right",
-                                                                 "Top Side Left",
-                                                                 "Top Side Right",
-                                                                 "Left Center Surround",
-                                                                 "Right Center Surround",
-                                                                 "Bottom Front Left",
-                                                                 "Bottom Front Center",
-                                                                 "Bottom Front Right",
-                                                                 "Lfe",
-                                                                 "Lfe2"};
 
 struct GroupSolo {
     int32_t id;
@@ -133,8 +103,8 @@ MixParamTable::MixParamTable() {
                         ParamInfoRecord::kInteger, 0, "%.0f", 0, 1, 3.0);
     rows[n++] = makeRow(256, "reset", "Reset", "", onOff, notSaved, "%.0f", 0, 1);
     for (int32_t s = 0; s < Plx::kSpeakerIndexCount; ++s) {
-        const std::string name = std::string("inputSolo") + kSpeakerNames[s];
-        const std::string title = std::string(kSpeakerTitles[s]) + " Input Channel Solo";
+        const std::string name = std::string("inputSolo") + Plx::kSpeakerWords[s];
+        const std::string title = std::string(Plx::kSpeakerTitles[s]) + " Input Channel Solo";
         rows[n++] = makeRow(ParamId::kInputSoloFirst + s, name.c_str(), title.c_str(), "", onOff, notSaved,
                             "%.0f", 0, 1, 1.0, 2);
     }

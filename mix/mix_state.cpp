@@ -31,7 +31,7 @@ int16_t stateKindOf(int32_t type) {
     }
 }
 
-bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const MixParamTable& table,
+bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const ParamTable& table,
                    Plx::SpeakerArrangement in, Plx::SpeakerArrangement out) {
     if (!stream) return false;
     Plx::PlxStreamer s(stream);

@@ -56,7 +56,7 @@ protected:
 int16_t stateKindOf(int32_t type);
 
 // Writes the whole state. False when the stream refuses a write.
-bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const MixParamTable& table,
+bool writeMixState(Plx::IPlxStream* stream, IParamGetPlainValue& source, const ParamTable& table,
                    Plx::SpeakerArrangement in, Plx::SpeakerArrangement out);
 
 enum class StateRead {

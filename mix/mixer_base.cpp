@@ -31,7 +31,7 @@ bool allSilent(const PlxAudioBuffers& bus) {
 
 } // namespace
 
-MMixerBase::MMixerBase(const FUID& controllerClass, const MixParamTable* paramInfo)
+MMixerBase::MMixerBase(const FUID& controllerClass, const ParamTable* paramInfo)
     : paramInfo(paramInfo),
       invSampleRate(1.0 / kDefaultSampleRate),
       maxRampStep(rampStepFor(kDefaultSampleRate)) {
@@ -66,7 +66,7 @@ SpeakerArrangement MMixerBase::remap(SpeakerArrangement mask) {
 }
 
 bool MMixerBase::isAmbisonic(SpeakerArrangement mask) {
-    return mask == Plx::Layout::kAmbi1 || mask == Plx::Layout::kAmbi2 || mask == Plx::Layout::kAmbi3;
+    return Plx::isAmbisonicLayout(mask);
 }
 
 // ---- life cycle -----------------------------------------------------------
@@ -397,11 +397,14 @@ void MMixerBase::processParameterChanges(IPlxParameterChanges* changes) {
         model->setDeferred(true);
         for (int32_t q = 0; q < count; ++q) {
             IParamValueQueue* queue = changes->getParameterData(q);
-            const int32_t points = queue ? queue->getPointCount() : 0;
-            int32_t offset = 0;
-            ParamValue value = 0.0;
-            if (points > 0 && queue->getPoint(points - 1, &offset, &value) == kResultOk)
+            // The last point that holds a number.
+            for (int32_t p = queue ? queue->getPointCount() - 1 : -1; p >= 0; --p) {
+                int32_t offset = 0;
+                ParamValue value = 0.0;
+                if (queue->getPoint(p, &offset, &value) != kResultOk || std::isnan(value)) continue;
                 setParamValue(static_cast<int32_t>(queue->getParameterId()), value);
+                break;
+            }
         }
         model->setDeferred(false);
     }

@@ -106,7 +106,7 @@ public:
     bool isUsedAsPanner() const { return usedAsPanner; }
 
 protected:
-    MMixerBase(const Plx::FUID& controllerClass, const MixParamTable* paramInfo);
+    MMixerBase(const Plx::FUID& controllerClass, const ParamTable* paramInfo);
     ~MMixerBase() override;
 
     // Operations that the plug-ins supply or extend, in this order.
@@ -149,7 +149,7 @@ protected:
     void sendGainMatrix(const MixMatrix& matrix);
 
     Plx::IPtr<MMixerBaseModel> model;
-    const MixParamTable* paramInfo;
+    const ParamTable* paramInfo;
     SpeakerArrangement stateInputArr = 0;
     SpeakerArrangement stateOutputArr = 0;
     int64_t projectTime = 0;

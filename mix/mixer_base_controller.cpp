@@ -11,6 +11,7 @@
 #include "mix/controller_tables.h"
 #include "mix/log_scale.h"
 #include "mix/mix_messages.h"
+#include "mix/mix_state.h"
 #include "mix/mixer_model.h"
 
 namespace Tannhofen::Mix {
@@ -51,7 +52,17 @@ int64_t MMixerBaseController::intAttribute(IMessage* message, const char* name) 
     return value;
 }
 
-MMixerBaseController::MMixerBaseController() : infoAccessor(MixParamTable::instance()) {
+bool MMixerBaseController::binaryArrangement(IMessage* message, const char* name, SpeakerArrangement& arr) {
+    const void* data = nullptr;
+    uint32_t size = 0;
+    IPlxAttributes* attributes = message->getAttributes();
+    if (!attributes || attributes->getBinary(name, &data, &size) != kResultOk || !data || size != sizeof arr)
+        return false;
+    std::memcpy(&arr, data, sizeof arr);
+    return true;
+}
+
+MMixerBaseController::MMixerBaseController(const ParamTable& table) : infoAccessor(table) {
     parameterTable.reserve(static_cast<size_t>(infoAccessor.count()));
     for (int32_t i = 0; i < infoAccessor.count(); ++i) parameterTable.push_back(infoAccessor.row(i));
 }
@@ -77,8 +88,37 @@ tresult MMixerBaseController::terminate() {
 }
 
 void MMixerBaseController::afterParameters() {
-    const ParamInfoRecord& lfe = infoAccessor.lfeLevel();
-    if (Parameter* p = createTableParameter(lfe)) parameters.addParameter(p);
+    if (const ParamInfoRecord* extra = infoAccessor.extraRow())
+        if (Parameter* p = createTableParameter(*extra)) parameters.addParameter(p);
+}
+
+namespace {
+
+// Where the processor's saved values go: through the controller's own
+// parameter handling, as if the host had set them.
+class StateTarget final : public IParamSetPlainValue {
+public:
+    StateTarget(MMixerBaseController& controller, const ParamTable& table, int32_t minimumVersion)
+        : controller(controller), table(table), minimumVersion(minimumVersion) {}
+    bool setVersion(int32_t version) override { return version >= minimumVersion; }
+    void setPlainValue(int32_t id, double plain) override {
+        const double normalized = table.toNormalized(id, plain);
+        if (normalized >= 0.0) controller.setParamNormalized(static_cast<ParamID>(id), normalized);
+    }
+    void setString(int32_t, const std::string&) override {}
+
+private:
+    MMixerBaseController& controller;
+    const ParamTable& table;
+    int32_t minimumVersion;
+};
+
+} // namespace
+
+bool MMixerBaseController::readProcessorState(IPlxStream* state, int32_t minimumVersion) {
+    if (!state) return false;
+    StateTarget target(*this, infoAccessor, minimumVersion);
+    return readMixParams(state, target) != StateRead::Refused;
 }
 
 void MMixerBaseController::addEditorSwitch(ParamID id, const char* name) {

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "frame/editcontroller2.h"
+#include "frame/imessage.h"
+#include "frame/speaker_arrangement.h"
 #include "mix/mix_params.h"
 
 namespace Tannhofen::Mix {
@@ -79,12 +81,18 @@ public:
     Plx::Parameter* getEditorParameter(Plx::ParamID id) const { return editorParameters.getParameter(id); }
 
 protected:
-    MMixerBaseController();
+    explicit MMixerBaseController(const ParamTable& table);
     ~MMixerBaseController() override;
 
     std::span<const Plx::ParamInfoRecord> getParamTable() const override { return parameterTable; }
-    // Publishes the LFE level, which the table doesn't hold.
+    // Publishes the table's extra row (the converter's LFE level).
     void afterParameters() override;
+
+    // Reads the processor's saved parameters into this controller through
+    // setParamNormalized, as if the host had set them. Streams of a plug-in
+    // version below `minimumVersion` are refused. False when the stream was
+    // refused; a truncated stream keeps what came before the break.
+    bool readProcessorState(Plx::IPlxStream* state, int32_t minimumVersion);
 
     // Sets a parameter without running its side effects, and tells the host
     // about it when `tellHost` is set. Answers whether the value changed.
@@ -97,10 +105,13 @@ protected:
     Plx::tresult sendIntMessage(const char* id, const char* attribute, int64_t value);
     // An integer attribute of a message; 0 when it is missing or of another type.
     static int64_t intAttribute(Plx::IMessage* message, const char* name);
+    // An arrangement of 8 bytes in a binary attribute; false, with `arr`
+    // left alone, when it is missing or of another size.
+    static bool binaryArrangement(Plx::IMessage* message, const char* name, Plx::SpeakerArrangement& arr);
     // The meters have new values (or were cleared).
     virtual void updateMeters() {}
 
-    const MixParamTable& infoAccessor;
+    const ParamTable& infoAccessor;
     std::vector<Plx::ParamInfoRecord> parameterTable;
     int32_t parameterCount = 0;
     std::vector<float> inLevels;

@@ -34,39 +34,10 @@ SpeakerArrangement soloMask(SpeakerArrangement mask) {
     return channelCount(mask) < 2 ? Speaker::C : mask;
 }
 
-bool readArrangement(IMessage* message, const char* name, SpeakerArrangement& arr) {
-    arr = 0;
-    const void* data = nullptr;
-    uint32_t size = 0;
-    IPlxAttributes* attributes = message->getAttributes();
-    if (!attributes || attributes->getBinary(name, &data, &size) != kResultOk || !data || size != sizeof arr)
-        return false;
-    std::memcpy(&arr, data, sizeof arr);
-    return true;
-}
-
-// Where the processor's saved values go: through the controller's own
-// parameter handling, as if the host had set them.
-class StateTarget final : public IParamSetPlainValue {
-public:
-    StateTarget(MMixerController& controller, const MixParamTable& table)
-        : controller(controller), table(table) {}
-    // Streams older than the processor accepts are refused here too.
-    bool setVersion(int32_t version) override { return version >= kMixPluginVersion; }
-    void setPlainValue(int32_t id, double plain) override {
-        const double normalized = table.toNormalized(id, plain);
-        if (normalized >= 0.0) controller.setParamNormalized(static_cast<ParamID>(id), normalized);
-    }
-    void setString(int32_t, const std::string&) override {}
-
-private:
-    MMixerController& controller;
-    const MixParamTable& table;
-};
-
 } // namespace
 
-MMixerController::MMixerController() : model(IPtr<MMixerModel>::adopt(new MMixerModel)) {
+MMixerController::MMixerController()
+    : RemoteMapController(MixParamTable::instance()), model(IPtr<MMixerModel>::adopt(new MMixerModel)) {
     model->setArrangements(kFirstInput, kFirstOutput);
     model->setNotifyChanges(true);
     model->addDependent(this);
@@ -371,8 +342,8 @@ tresult MMixerController::notify(IMessage* message) {
     }
     if (id && std::strcmp(id, Msg::kBusArrangements) == 0) {
         SpeakerArrangement in = 0, out = 0;
-        readArrangement(message, Msg::kInput, in);
-        readArrangement(message, Msg::kOutput, out);
+        binaryArrangement(message, Msg::kInput, in);
+        binaryArrangement(message, Msg::kOutput, out);
         arrangementsChanged(in, out, intAttribute(message, Msg::kChangeParams) != 0);
         return kResultOk;
     }
@@ -381,11 +352,11 @@ tresult MMixerController::notify(IMessage* message) {
 
 tresult MMixerController::setComponentState(IPlxStream* state) {
     if (!state) return kResultFalse;
-    StateTarget target(*this, infoAccessor);
+    // Streams older than the processor accepts are refused here too.
     model->setDeferred(true);
-    const StateRead read = readMixParams(state, target);
+    const bool read = readProcessorState(state, kMixPluginVersion);
     model->setDeferred(false);
-    return read == StateRead::Refused ? kResultFalse : kResultOk;
+    return read ? kResultOk : kResultFalse;
 }
 
 bool MMixerController::getParamIdByRemoteName(const char* name, int32_t& id) const {

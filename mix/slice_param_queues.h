@@ -99,6 +99,8 @@ void SliceParamQueues::fill(Plx::IPlxParameterChanges* changes, int32_t numSampl
             int32_t offset = 0;
             Plx::ParamValue value = 0.0;
             if (queue->getPoint(p, &offset, &value) != Plx::kResultOk) continue;
+            // A point without a number is no point: the lane keeps its course.
+            if (std::isnan(value)) continue;
             if (offset == numSamples) offset = last;
             if (offset > last || offset < 0) continue;
             while (target <= offset) {

@@ -12,16 +12,18 @@
 #include "frame/ieditcontroller.h"
 #include "mix/matrix_mixer.h"
 #include "mix/mixer_controller.h"
+#include "panner/radial_panner.h"
+#include "panner/rpanner_controller.h"
 
 namespace Tannhofen::Plx {
 
 namespace {
 
-FUnknown* createRadialPanner(void*) {
-    return nullptr;
+FUnknown* createRadialPanner(void* context) {
+    return createInstanceAs<Panner::RadialPanner, IAudioProcessor>(context);
 }
-FUnknown* createRPannerController(void*) {
-    return nullptr;
+FUnknown* createRPannerController(void* context) {
+    return createInstanceAs<Panner::RPannerController, IPlxEditController>(context);
 }
 FUnknown* createMatrixMixer(void* context) {
     return createInstanceAs<Mix::MatrixMixer, IAudioProcessor>(context);

@@ -24,7 +24,7 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 build_and_test build/asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
   -DPLX_SANITIZE=ON -DPLX_BUILD_BENCH=OFF
 
-# The libFuzzer targets of the mix and decoder state readers and of plx's
+# The libFuzzer targets of the mix, panner and decoder state readers and of plx's
 # automation-file parser, when clang is present.
 fuzz() {
   local target=$1; shift
@@ -36,11 +36,12 @@ fuzz() {
   grep -E '^Done' "$corpus.log"; rm -rf "$corpus" "$corpus.log"
 }
 if command -v clang++ >/dev/null 2>&1; then
-  echo "== libFuzzer: mix and decoder state readers, automation files"
+  echo "== libFuzzer: mix, panner and decoder state readers, automation files"
   CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Release -DPLX_FUZZ=ON \
     -DPLX_BUILD_TESTS=OFF -DPLX_BUILD_BENCH=OFF
-  cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer ambi_state_fuzzer automation_fuzzer
+  cmake --build build/fuzz -j "$jobs" --target mix_state_fuzzer panner_state_fuzzer ambi_state_fuzzer automation_fuzzer
   fuzz mix_state_fuzzer
+  fuzz panner_state_fuzzer
   fuzz ambi_state_fuzzer
   fuzz automation_fuzzer -dict=tests/fuzz/automation.dict
 fi

@@ -21,6 +21,9 @@ tresult HostApplication::queryInterface(const TUID& iid, void** obj) {
     if (!offeredFile.empty()) {
         PLX_HOST_ANSWER(iid, obj, IPlxFileSelector)
     }
+    PLX_HOST_ANSWER(iid, obj, ISurroundContext)
+    if (busManager && equalTUID(iid, ThreeD::IObjectsBusManager::iid))
+        return busManager->queryInterface(iid, obj);
     if (equalTUID(iid, FUnknown::iid)) {
         addRef();
         *obj = static_cast<FUnknown*>(static_cast<IPlxHostApplication*>(this));
@@ -68,6 +71,13 @@ tresult HostApplication::selectFile(const char16_t*, const char16_t*, const char
     std::copy(offeredFile.begin(), offeredFile.end(), path);
     path[offeredFile.size()] = 0;
     return kResultOk;
+}
+
+IPlxAttributes* HostApplication::getAttributes(const char* section) {
+    if (!section) return nullptr;
+    IPtr<IPlxAttributes>& list = surroundSections[section];
+    if (!list) list = IPtr<IPlxAttributes>::adopt(HostAttributes::create());
+    return list.get();
 }
 
 tresult HostApplication::getProductCode(int32_t* code) {

@@ -1,11 +1,13 @@
 // HostApplication: the host context that plug-ins get in initialize. It
 // creates messages and attribute lists (IPlxHostApplication), tells a
 // settable product code (IPlxHostInfo), and is the timer service
-// (IPlxTimerService) whose idle() calls every registered idle handler. Once
+// (IPlxTimerService) whose idle() calls every registered idle handler. With
+// an object bus manager set, it also answers ThreeD::IObjectsBusManager. Once
 // a file is offered, it is also a file selector (IPlxFileSelector) that
 // answers that file, as a user who picks it in the dialog.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,8 @@
 #include "frame/ihostapplication.h"
 #include "frame/ihostinfo.h"
 #include "frame/iidlehandler.h"
+#include "frame/isurroundcontext.h"
+#include "host/lib/object_bus.h"
 #include "host/lib/ref_counted.h"
 
 namespace Tannhofen::Host {
@@ -21,7 +25,8 @@ class HostApplication final : public RefCounted,
                               public Plx::IPlxHostApplication,
                               public Plx::IPlxHostInfo,
                               public Plx::IPlxTimerService,
-                              public Plx::IPlxFileSelector {
+                              public Plx::IPlxFileSelector,
+                              public Plx::ISurroundContext {
 public:
     static HostApplication* create(int32_t productCode = 0) { return new HostApplication(productCode); }
 
@@ -40,6 +45,9 @@ public:
     Plx::tresult registerIdleHandler(Plx::IIdleHandler* handler) override;
     Plx::tresult unregisterIdleHandler(Plx::IIdleHandler* handler) override;
 
+    // ISurroundContext: one attribute list per section, made on first use.
+    Plx::IPlxAttributes* getAttributes(const char* section) override;
+
     // One timer tick: calls onIdle of every registered handler, in order of
     // registration. A handler may unregister itself meanwhile.
     void idle();
@@ -55,6 +63,12 @@ public:
     // The file the selector answers; empty: no selector.
     void offerFile(const std::u16string& path) { offeredFile = path; }
 
+    // The host's object buses, offered to plug-ins that ask; null for none.
+    void setObjectsBusManager(ObjectsBusManager* manager) {
+        busManager = Plx::IPtr<ObjectsBusManager>(manager);
+    }
+    ObjectsBusManager* objectsBusManager() const { return busManager.get(); }
+
     // The object as the FUnknown that initialize takes.
     Plx::FUnknown* unknown() { return static_cast<Plx::IPlxHostApplication*>(this); }
 
@@ -66,6 +80,8 @@ private:
     std::u16string name = u"Tannhofen plx";
     std::u16string offeredFile;
     std::vector<Plx::IIdleHandler*> idleHandlers; // each holds a reference
+    Plx::IPtr<ObjectsBusManager> busManager;
+    std::map<std::string, Plx::IPtr<Plx::IPlxAttributes>> surroundSections;
 };
 
 } // namespace Tannhofen::Host

@@ -46,6 +46,9 @@ std::unique_ptr<Plugin> Plugin::create(IPlxFactory* factory, const FUID& process
         return fail("the processor names no controller");
     plugin->controllerPtr = Host::create<IPlxEditController>(factory, controllerClass);
     if (!plugin->controllerPtr) return fail("the factory can't create the controller");
+    // The host's object buses join this controller's choice to this processor.
+    if (ObjectsBusManager* buses = host->objectsBusManager())
+        buses->addInstance(plugin->controllerPtr.get(), plugin->componentPtr.get());
     if (plugin->controllerPtr->initialize(host->unknown()) != kResultOk)
         return fail("the controller's initialize failed");
     plugin->controllerInitialized = true;
@@ -82,6 +85,8 @@ Plugin::~Plugin() {
     if (controllerPtr) {
         controllerPtr->setComponentHandler(nullptr);
         if (controllerInitialized) controllerPtr->terminate();
+        if (ObjectsBusManager* buses = hostPtr ? hostPtr->objectsBusManager() : nullptr)
+            buses->removeInstance(controllerPtr.get());
     }
     if (componentPtr && componentInitialized) componentPtr->terminate();
 }

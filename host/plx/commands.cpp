@@ -10,6 +10,7 @@
 #include "host/plx/ambisonic_demo.h"
 #include "host/plx/audio_file.h"
 #include "host/plx/cli.h"
+#include "host/plx/panner_demo.h"
 #include "host/plx/render.h"
 #include "host/plx/svg.h"
 
@@ -165,7 +166,7 @@ int listCommand(const std::vector<std::string>& args) {
 int renderCommand(const std::vector<std::string>& args) {
     const Options options(args,
                           {"module", "effect", "in", "out", "in-layout", "out-layout", "set", "automation",
-                           "block", "state-in", "state-out", "sofa", "meter-svg"},
+                           "block", "state-in", "state-out", "sofa", "meter-svg", "objects"},
                           {"double", "quiet", "allow-short"});
     RenderRequest request;
     request.effect = options.require("effect");
@@ -183,6 +184,7 @@ int renderCommand(const std::vector<std::string>& args) {
     request.quiet = options.has("quiet");
     request.allowShort = options.has("allow-short");
     request.meterSvg = options.get("meter-svg");
+    request.objectsPrefix = options.get("objects");
     ModuleSession session(modulePath(options));
     const RenderResult result = render(session, request);
     if (result.damage)
@@ -195,6 +197,11 @@ int renderCommand(const std::vector<std::string>& args) {
                      request.output == "-" ? "standard output" : shown(request.output).c_str(),
                      layoutName(result.in).c_str(), layoutName(result.out).c_str(),
                      static_cast<long long>(result.frames), result.sampleRate, result.latency);
+    if (!request.quiet && !result.objectFiles.empty()) {
+        std::fprintf(report, "object mode: the bed is silent; the objects are in");
+        for (const std::string& name : result.objectFiles) std::fprintf(report, " %s", shown(name).c_str());
+        std::fprintf(report, "\n");
+    }
     return 0;
 }
 
@@ -257,6 +264,10 @@ int demoCommand(const std::vector<std::string>& args) {
         try {
             Effect probe(session, effectClass);
             ambisonic = takesOnlyAmbisonics(probe);
+            // The panner takes mono and stereo sources: its own scenes follow.
+            if (!ambisonic && !probe.setArrangements(bed, probe.outputArrangement()) &&
+                probe.inputArrangement() != bed)
+                continue;
         } catch (const UserError& missing) {
             std::printf("\n%s: skipped (%s)\n", effectClass.name.c_str(), missing.what());
             continue;
@@ -300,6 +311,11 @@ int demoCommand(const std::vector<std::string>& args) {
             }
             std::printf("  meters: %s\n", request.meterSvg.c_str());
         }
+    }
+    for (const EffectClass& effectClass : session.effects()) {
+        if (effectWord(effectClass.name) != "radialpanner") continue;
+        pannerDemo(session, effectClass, dir, options.has("quiet"));
+        ++rendered;
     }
     if (rendered == 0) throw UserError("the module could create no effect to render the demo with");
     return 0;

@@ -64,6 +64,8 @@ ModuleSession::ModuleSession(const std::string& path) {
     if (!loaded) throw UserError("cannot load module " + shown(path) + ": " + why);
     if (!loaded->factory()) throw UserError("module " + shown(path) + " offers no class factory");
     hostApp = IPtr<HostApplication>::adopt(HostApplication::create());
+    busManager = IPtr<ObjectsBusManager>::adopt(ObjectsBusManager::create());
+    hostApp->setObjectsBusManager(busManager.get());
 }
 
 std::vector<EffectClass> ModuleSession::effects() const {

@@ -14,6 +14,7 @@
 #include "frame/ieditcontroller.h"
 #include "host/lib/host_application.h"
 #include "host/lib/module.h"
+#include "host/lib/object_bus.h"
 #include "host/lib/parameter_changes.h"
 #include "host/lib/plugin.h"
 #include "host/plx/layout.h"
@@ -45,10 +46,13 @@ public:
     // By class name, or by one word of it ("MixMorph"), case ignored;
     // UserError for a name that matches none, or several (listing them).
     EffectClass findEffect(const std::string& name) const;
+    // The host's object buses: an effect in object mode is joined to one.
+    ObjectsBusManager& objectBuses() const { return *busManager.get(); }
 
 private:
     std::unique_ptr<Module> loaded;
     Plx::IPtr<HostApplication> hostApp;
+    Plx::IPtr<ObjectsBusManager> busManager;
 };
 
 class Effect {

@@ -34,8 +34,8 @@ const Command kCommands[] = {
     {"render",
      "plx render --effect NAME --in FILE --out FILE [--in-layout L] [--out-layout L]\n"
      "           [--set PARAM=VALUE ...] [--automation FILE] [--block N] [--double]\n"
-     "           [--state-in FILE] [--state-out FILE] [--sofa FILE] [--allow-short]\n"
-     "           [--meter-svg FILE] [--quiet]\n"
+     "           [--state-in FILE] [--state-out FILE] [--sofa FILE] [--objects PREFIX]\n"
+     "           [--allow-short] [--meter-svg FILE] [--quiet]\n"
      "  Renders an audio file (WAV, RF64, AIFF, FLAC, ...) through the effect into a float\n"
      "  WAV of the same length. --in - reads standard input, --out - writes standard output.\n"
      "  The input layout comes from the file unless --in-layout names it; the output\n"
@@ -47,10 +47,17 @@ const Command kCommands[] = {
      "  decoder's \"Load SOFA\" button does (SphereDecoder to Stereo); plx fails when the\n"
      "  decoder can't use the file.\n"
      "  --meter-svg draws the output meters over time as the editor's meters show them.\n"
+     "  An effect in object mode (RadialPanner with \"Object Mode On/Off=1\") steers one host\n"
+     "  object per input channel: its output is silent, and plx writes PREFIX-object-N.wav\n"
+     "  (the channel that drives object N) and PREFIX-objects.csv (time, object, x, y, z: one\n"
+     "  row per object and slice, the effect getting blocks of one slice: 5 ms, or --block\n"
+     "  when shorter); PREFIX is --out without its extension unless --objects names it.\n"
      "\n"
      "example:\n"
      "  plx render --effect MixMorph --in stems-5.1.wav --out fold.wav --out-layout Stereo \\\n"
-     "      --set \"Center Level=-4.5dB\" --automation fade.txt --state-out fold.state\n",
+     "      --set \"Center Level=-4.5dB\" --automation fade.txt --state-out fold.state\n"
+     "  plx render --effect RadialPanner --in voice.wav --out orbit.wav --out-layout 7.1.4 \\\n"
+     "      --automation orbit.txt\n",
      renderCommand},
     {"matrix",
      "plx matrix --effect NAME --in-layout L --out-layout L [--set PARAM=VALUE ...] [--svg FILE]\n"
@@ -85,7 +92,9 @@ const Command kCommands[] = {
      "plx demo [--out DIR] [--quiet]\n"
      "  Renders a synthesised 7.1.4 scene through every effect into DIR (demo-out/ by\n"
      "  default), with peak and RMS levels per output channel, the gain matrices and the\n"
-     "  output meters.\n"
+     "  output meters; RadialPanner moves a mono source round 7.1.4 and turns a stereo\n"
+     "  image over 5.1, each drawn as its trajectory from above and from the side and its\n"
+     "  gains over time.\n"
      "\n"
      "example:\n"
      "  plx demo --out demo-out\n",

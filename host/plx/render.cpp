@@ -4,12 +4,14 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <unistd.h>
 
 #include "host/plx/audio_file.h"
 #include "host/plx/automation.h"
 #include "host/plx/cli.h"
 #include "host/plx/meter_svg.h"
+#include "host/plx/object_render.h"
 #include "host/plx/sofa.h"
 
 namespace Tannhofen::Host::Cli {
@@ -70,11 +72,14 @@ T* outputBuffer(Effect& effect, int channel) {
 // input. The first `latency` output samples are dropped and as many samples
 // of silence are fed after the input, so that output sample n belongs to
 // input sample n and both have the same length: the length of the data that
-// was read, whatever the header declared.
+// was read, whatever the header declared. In object mode the block goes to
+// the effect in pieces of one slice, each recorded for the objects.
 template <class T>
 void stream(Effect& effect, SoundReader& reader, WavWriter& writer, const Automation* automation,
-            const RenderRequest& request, RenderResult& result, Progress& progress) {
-    const int32_t block = request.block;
+            ObjectRender* objects, const RenderRequest& request, RenderResult& result, Progress& progress) {
+    // Blocks of whole slices in object mode, so that every slice has one length.
+    const int32_t step = objects ? std::min(request.block, objects->blockLimit()) : request.block;
+    const int32_t block = request.block / step * step;
     const int ins = effect.inputChannels();
     const int outs = effect.outputChannels();
     const int64_t latency = result.latency;
@@ -98,27 +103,38 @@ void stream(Effect& effect, SoundReader& reader, WavWriter& writer, const Automa
         const auto length =
             static_cast<int32_t>(inputDone ? std::min<int64_t>(block, total + latency - processed) : got);
         if (length <= 0) break;
-        for (int c = 0; c < ins; ++c) {
-            T* channel = inputBuffer<T>(effect, c);
-            for (int64_t i = 0; i < got; ++i) channel[i] = inFrames[static_cast<size_t>(i * ins + c)];
-            std::fill(channel + got, channel + length, T(0));
+        for (int32_t at = 0; at < length; at += step) {
+            const int32_t n = std::min(step, length - at);
+            const int64_t real = std::clamp<int64_t>(got - at, 0, n);
+            for (int c = 0; c < ins; ++c) {
+                T* channel = inputBuffer<T>(effect, c);
+                for (int64_t i = 0; i < real; ++i)
+                    channel[i] = inFrames[static_cast<size_t>((at + i) * ins + c)];
+                std::fill(channel + real, channel + n, T(0));
+            }
+            if (automation) automation->schedule(processed + at, n, effect.changes());
+            effect.process(n);
+            for (int c = 0; c < outs; ++c) {
+                const T* channel = outputBuffer<T>(effect, c);
+                for (int32_t i = 0; i < n; ++i)
+                    outFrames[static_cast<size_t>((at + i) * outs + c)] = channel[i];
+            }
+            if (objects && real > 0)
+                objects->record(processed + at, real,
+                                &inFrames[static_cast<size_t>(at) * static_cast<size_t>(ins)], ins);
         }
-        if (automation) automation->schedule(processed, length, effect.changes());
-        effect.process(length);
 
         const int64_t skip = std::clamp<int64_t>(latency - processed, 0, length);
         const int64_t count = std::min<int64_t>(length - skip, total - written);
         for (int c = 0; c < outs; ++c) {
-            const T* channel = outputBuffer<T>(effect, c) + skip;
             ChannelLevel& level = result.levels[static_cast<size_t>(c)];
-            for (int64_t i = 0; i < count; ++i) {
-                const T v = channel[i];
-                outFrames[static_cast<size_t>(i * outs + c)] = v;
-                level.peak = std::max(level.peak, static_cast<double>(std::fabs(v)));
-                level.sumSquares += static_cast<double>(v) * static_cast<double>(v);
+            for (int64_t i = skip; i < skip + count; ++i) {
+                const auto v = static_cast<double>(outFrames[static_cast<size_t>(i * outs + c)]);
+                level.peak = std::max(level.peak, std::fabs(v));
+                level.sumSquares += v * v;
             }
         }
-        if (count > 0) writer.write(outFrames.data(), count);
+        if (count > 0) writer.write(outFrames.data() + skip * outs, count);
         processed += length;
         written += count;
         sinceIdle += length;
@@ -286,6 +302,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     std::optional<OutputFile> meterFile;
     if (!request.meterSvg.empty()) meterFile.emplace(request.meterSvg);
 
+    RenderResult result;
     Effect effect(session, effectClass);
     if (guessed) in = ambisonicIfTaken(effect, in, out);
     if (request.stateIn.empty()) {
@@ -319,6 +336,24 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     applySettings(effect, request.sets, out);
     if (!request.sofa.empty()) chooseSofa(session, effect, request.sofa);
 
+    // Object mode: the effect asked for a bus while it took its settings.
+    std::unique_ptr<ObjectRender> objects;
+    if (ObjectRender::wanted(session, effect)) {
+        std::string prefix = request.objectsPrefix;
+        if (prefix.empty()) {
+            if (request.output == "-")
+                throw UserError(effect.name() +
+                                " is in object mode; name where its objects go with --objects PREFIX");
+            prefix = std::filesystem::path(request.output).replace_extension().string();
+        }
+        result.objectFiles = ObjectRender::fileNames(prefix, channelsOf(in));
+        for (const std::string& name : result.objectFiles)
+            roles.push_back({"objects", name, true, "objects"});
+        checkDistinctFiles(roles);
+        objects = std::make_unique<ObjectRender>(session, effect, prefix, reader.sampleRate(),
+                                                 request.doublePrecision);
+    }
+
     std::optional<Automation> automation;
     if (!request.automation.empty())
         automation =
@@ -327,7 +362,6 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
                                  const Param& param = effect.findParam(name);
                                  return std::pair{param.info.id, effect.values().parse(param, value)};
                              });
-    RenderResult result;
     result.in = effect.inputArrangement();
     result.out = effect.outputArrangement();
     result.sampleRate = reader.sampleRate();
@@ -349,9 +383,9 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
     Progress progress(reader.declaredFrames().value_or(0), request.quiet);
     const Automation* lanes = automation ? &*automation : nullptr;
     if (request.doublePrecision)
-        stream<double>(effect, reader, writer, lanes, request, result, progress);
+        stream<double>(effect, reader, writer, lanes, objects.get(), request, result, progress);
     else
-        stream<float>(effect, reader, writer, lanes, request, result, progress);
+        stream<float>(effect, reader, writer, lanes, objects.get(), request, result, progress);
     effect.stop();
     result.matrix = effect.gainMatrix();
 
@@ -366,6 +400,7 @@ RenderResult render(ModuleSession& session, const RenderRequest& request) {
         meterFile->write(svg.data(), svg.size());
     }
     writer.commit();
+    if (objects) objects->commit();
     if (stateFile) stateFile->commit();
     if (meterFile) meterFile->commit();
     return result;

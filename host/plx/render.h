@@ -27,6 +27,7 @@ struct RenderRequest {
     bool allowShort = false;    // keep what a damaged or short input holds, with a warning
     bool captureMatrix = false; // ask for the gain matrix while rendering
     std::string meterSvg;       // draw the output meters over time into this file
+    std::string objectsPrefix;  // where object mode's files go; empty: --out without its extension
 };
 
 struct ChannelLevel {
@@ -40,9 +41,10 @@ struct RenderResult {
     int64_t frames = 0;
     int sampleRate = 0;
     uint32_t latency = 0;
-    std::vector<ChannelLevel> levels;  // per output channel
-    std::vector<float> matrix;         // when captured and published
-    std::optional<std::string> damage; // what was wrong with the input, when allowed
+    std::vector<ChannelLevel> levels;     // per output channel
+    std::vector<float> matrix;            // when captured and published
+    std::optional<std::string> damage;    // what was wrong with the input, when allowed
+    std::vector<std::string> objectFiles; // in object mode: one per object, then the positions
 };
 
 RenderResult render(ModuleSession& session, const RenderRequest& request);

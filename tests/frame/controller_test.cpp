@@ -35,9 +35,9 @@ ParamInfoRecord row(int32 id, const char* title, int32 type, uint32 flags, doubl
 
 const ParamInfoRecord kTable[] = {
     row(128, "Center Level", 1, 1, 0.0, 1.0, 0.75, 2),
-    row(137, "Parts", 0, 0, 0.0, 3.9, 2.7),               // integer: 0 to 3, starting at 2
-    row(133, "Low Pass Filter", 2, 1 | 2, 0.0, 1.0, 0.5), // on/off, read-only, on
-    row(110, "Yaw", 1, 1 | 4, -180.0, 180.0, 0.5, 1),     // wraps around
+    row(137, "Parts", 0, 0, 0.0, 3.9, 2.7),                // integer: 0 to 3, starting at 2
+    row(133, "Low Pass Filter", 2, 1 | 2, 0.0, 1.0, 0.5),  // on/off, read-only, on
+    row(110, "Yaw", 1, 1 | 4 | 16, -180.0, 180.0, 0.5, 1), // wraps around, hidden
     row(131, "Solo To Center", 2, 0x20000, 0.0, 1.0, 0.49),
     row(130, "Output Arrangement", 4, 0x20000, 0.0, 1.0, 0.0),
     row(199, "Unwanted", 2, 0, 0.0, 1.0, 0.0),
@@ -109,7 +109,8 @@ TEST(ControllerSetup, RowsBecomeParametersBetweenTheHooks) {
     EXPECT_EQ(str(c, 133, 1.0), u"On");
     EXPECT_EQ(c->getParamNormalized(131), 0.0);
     ASSERT_EQ(c->getParameterInfo(110, &info), kResultOk);
-    EXPECT_EQ(info.flags, ParameterInfo::kCanAutomate | ParameterInfo::kIsWrapAround);
+    EXPECT_EQ(info.flags,
+              ParameterInfo::kCanAutomate | ParameterInfo::kIsWrapAround | ParameterInfo::kIsHidden);
 
     // The list row makes no parameter by default, the unwanted one none at all.
     EXPECT_EQ(c->getParameterInfo(130, &info), kResultFalse);

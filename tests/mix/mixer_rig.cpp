@@ -3,13 +3,7 @@
 namespace MixTest {
 
 Host::Module& MixerRig::module() {
-    static std::unique_ptr<Host::Module> loaded = [] {
-        std::string error;
-        auto m = Host::Module::load(PLX_MODULE_PATH, &error);
-        if (!m) ADD_FAILURE() << error;
-        return m;
-    }();
-    return *loaded;
+    return TestSupport::moduleUnderTest();
 }
 
 MixerRig::MixerRig()

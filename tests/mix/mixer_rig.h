@@ -28,6 +28,7 @@
 #include "host/lib/module.h"
 #include "host/lib/parameter_changes.h"
 #include "tests/mix/recording_peer.h"
+#include "tests/support/host_block.h"
 #include "tests/support/rt_guard.h"
 
 namespace MixTest {
@@ -127,28 +128,11 @@ inline constexpr Plx::ParamID kDirectMode = 199;
 template <class T>
 Plx::tresult MixerRig::process(Planar<T>& in, Planar<T>& out, int frames, Host::ParameterChanges* changes,
                                uint64_t inSilence, uint64_t* outSilence) {
-    Plx::PlxAudioBuffers inBus{};
-    Plx::PlxAudioBuffers outBus{};
-    inBus.numChannels = static_cast<int32_t>(in.pointers.size());
-    outBus.numChannels = static_cast<int32_t>(out.pointers.size());
-    inBus.silenceFlags = inSilence;
-    if constexpr (sizeof(T) == sizeof(float)) {
-        inBus.channelBuffers32 = in.pointers.data();
-        outBus.channelBuffers32 = out.pointers.data();
-    } else {
-        inBus.channelBuffers64 = in.pointers.data();
-        outBus.channelBuffers64 = out.pointers.data();
-    }
-    Plx::PlxProcessData data{};
-    data.symbolicSampleSize = sizeof(T) == sizeof(float) ? Plx::kSample32 : Plx::kSample64;
-    data.numSamples = frames;
-    data.numInputs = 1;
-    data.numOutputs = 1;
-    data.inputs = &inBus;
-    data.outputs = &outBus;
-    data.inputParameterChanges = changes;
-    const Plx::tresult r = processData(data);
-    if (outSilence) *outSilence = outBus.silenceFlags;
+    TestSupport::HostBlock<T> block(in.pointers, out.pointers, frames);
+    block.inBus.silenceFlags = inSilence;
+    block.data.inputParameterChanges = changes;
+    const Plx::tresult r = processData(block.data);
+    if (outSilence) *outSilence = block.outBus.silenceFlags;
     return r;
 }
 
