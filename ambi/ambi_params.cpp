@@ -3,7 +3,6 @@
 #include <array>
 #include <string>
 
-#include "frame/text.h"
 
 namespace Tannhofen::AmbiBin {
 
@@ -20,21 +19,8 @@ constexpr int32_t kToggle = ParamInfoRecord::kOnOff;
 ParamInfoRecord makeRow(int32_t id, const std::string& name, const std::string& title, const char* units,
                         double min, double max, double def, double step, int32_t type, uint32_t flags,
                         const char* format) {
-    ParamInfoRecord r{};
-    r.id = id;
-    Plx::copyBounded(r.name, sizeof r.name, name.c_str());
-    Plx::copyBounded(r.title, sizeof r.title, title.c_str());
-    Plx::copyBounded(r.units, sizeof r.units, units);
-    r.min = min;
-    r.max = max;
-    r.defaultNormalized = def;
-    r.step = step;
-    r.type = type;
-    r.flags = flags;
-    Plx::copyBounded(r.format, sizeof r.format, format);
-    // "%.1f" shows one decimal: the precision of the value's text.
-    r.precision = format[0] == '%' && format[1] == '.' ? format[2] - '0' : 0;
-    return r;
+    return Plx::makeParamRow(id, name.c_str(), title.c_str(), units, min, max, def, step, type, flags, format,
+                             Plx::formatDecimals(format));
 }
 
 std::array<ParamInfoRecord, kAmbiParamCount> buildTable() {

@@ -38,4 +38,12 @@ struct ParamInfoRecord {
 
 static_assert(sizeof(ParamInfoRecord) == 456, "one table row is 456 bytes");
 
+// One row with every field given; the texts are cut to their fields' sizes.
+ParamInfoRecord makeParamRow(int32_t id, const char* name, const char* title, const char* units, double min,
+                             double max, double defaultNormalized, double step, int32_t type, uint32_t flags,
+                             const char* format, int32_t precision, int32_t extra = 0);
+
+// The decimals a "%.Nf" value format shows; 0 for any other format.
+int32_t formatDecimals(const char* format);
+
 } // namespace Tannhofen::Plx

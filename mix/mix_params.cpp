@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <string>
 
 #include "frame/speaker_words.h"
@@ -20,22 +19,8 @@ constexpr double kSilenceDb = -180.0;
 ParamInfoRecord makeRow(int32_t id, const char* name, const char* title, const char* units, int32_t type,
                         uint32_t flags, const char* format, int32_t precision, double step, double max = 1.0,
                         int32_t extra = 0) {
-    ParamInfoRecord r{};
-    r.id = id;
-    std::strncpy(r.name, name, sizeof(r.name) - 1);
-    std::strncpy(r.title, title, sizeof(r.title) - 1);
-    std::strncpy(r.units, units, sizeof(r.units) - 1);
-    r.min = 0.0;
-    r.max = max;
-    r.defaultNormalized = 0.0;
-    r.step = step;
-    r.type = type;
-    r.flags = flags;
-    std::strncpy(r.format, format, sizeof(r.format) - 1);
-    r.precision = precision;
-    r.extra = extra;
-    r.reserved = 0;
-    return r;
+    return Plx::makeParamRow(id, name, title, units, 0.0, max, 0.0, step, type, flags, format, precision,
+                             extra);
 }
 
 struct GroupSolo {

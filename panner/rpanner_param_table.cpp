@@ -134,22 +134,9 @@ constexpr FunctionName kFunctionNames[] = {
 };
 
 ParamInfoRecord makeRow(const RowSpec& s) {
-    ParamInfoRecord r{};
-    r.id = s.id;
-    std::strncpy(r.name, s.name, sizeof(r.name) - 1);
-    std::strncpy(r.title, s.title, sizeof(r.title) - 1);
-    std::strncpy(r.units, s.units, sizeof(r.units) - 1);
-    r.min = s.min;
-    r.max = s.max;
-    r.defaultNormalized = (s.plainDefault - s.min) / (s.max - s.min);
-    r.step = s.step;
-    r.type = s.kind;
-    r.flags = s.flags;
-    std::strncpy(r.format, s.format, sizeof(r.format) - 1);
-    // The decimals of the format, "%.Nf".
-    const char* dot = std::strchr(s.format, '.');
-    r.precision = dot ? dot[1] - '0' : 0;
-    return r;
+    return Plx::makeParamRow(s.id, s.name, s.title, s.units, s.min, s.max,
+                             (s.plainDefault - s.min) / (s.max - s.min), s.step, s.kind, s.flags, s.format,
+                             Plx::formatDecimals(s.format));
 }
 
 bool isMeterId(int32_t id) {
